@@ -1,0 +1,19 @@
+#pragma once
+
+// Run time and calendar. Run times are seconds since 1 January of the reference year, 8 bytes.
+
+#include "control/run_state.h"
+
+namespace dfl {
+
+bool IS_LEAP(int year);
+double DATE_TO_SECONDS(int ref_year, const Date& date);
+Date SECONDS_TO_DATE(int ref_year, double seconds);
+// `time` on the grid of whole milliseconds after `start`.
+double SNAP_TIME(double time, double start);
+// Sets OUTnow and MAPnow, and shows the step line or block.
+void STEP_REPORT(RunState& run);
+
+Date wall_clock();
+
+}  // namespace dfl

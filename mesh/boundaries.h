@@ -1,0 +1,13 @@
+#pragma once
+
+// Which elements touch which boundaries.
+
+#include "control/run_state.h"
+
+namespace dfl {
+
+// Fills LANDelem, OPENelem, LANDrefs and OPENrefs of run.mesh from the neighbour file, or builds
+// them and adds them to it; closes the file.
+void MESH_BOUNDARIES(RunState& run);
+
+}  // namespace dfl
