@@ -43,8 +43,8 @@ constexpr MixingFactors lund_old_factors = {1.0f, 3.3f, 0.7f, 3.6f, 1.0f, 0.49f,
 float mixing_factor(float Ws, float shear, float heavy, float heavy_sin, float light,
                     float light_sin, bool old_form) {
   const bool is_heavy = Ws / shear > 1.0f;
-  const float ratio = is_heavy ? shear / Ws : Ws / shear;
-  const float sine = old_form ? std::sin(3.14159f * 0.5f * ratio) : std::sin(quarter_turn * ratio);
+  const float sine =
+      is_heavy ? std::sin(quarter_turn * shear / Ws) : std::sin(quarter_turn * Ws / shear);
   const float power = old_form ? std::pow(sine, 2.5f) : square(sine);
   return is_heavy ? heavy + heavy_sin * power : light + light_sin * power;
 }
