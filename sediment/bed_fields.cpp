@@ -14,7 +14,7 @@ namespace dfl {
 namespace {
 
 constexpr float g = 9.81f;      // m/s2
-constexpr float pi = 3.14159f;  // in this file as short as here
+constexpr float pi = 3.14159f;  // to five decimals everywhere here
 constexpr float two_pi = 6.28318f;
 constexpr float friction_angle = 31.0f;     // of the bed, degrees
 constexpr float D50mud = 0.0001f;           // m; finer beds erode as mud in "cohesive"
