@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <vector>
 
 #include "control/run_clock.h"
@@ -311,6 +312,9 @@ void read_source_file(RunState& run) {
       sources_of(run.parcels, kind).push_back(read_source(at));
     }
   }
+  echo(run.messages, "Sources\nInstants: %d\nPoints:   %d\nLines:    %d\nAreas:    %d\n\n",
+       run.parcels.SRCinst.size(), run.parcels.SRCpoint.size(), run.parcels.SRCline.size(),
+       run.parcels.SRCarea.size());
 }
 
 }  // namespace
@@ -342,20 +346,23 @@ void SOURCE_SETUP(RunState& run) {
   parcels.NUMparcels = 0;
   if (run.settings.no_parcels) {
     console(run.messages, "No particles will be used in this simulation \n");
-  } else {
-    if (run.settings.source_file != "none") read_source_file(run);
-    count_parcels(run);
-    echo(run.messages, "\nSources\nInstants: %d\nPoints:   %d\nLines:    %d\nAreas:    %d\n",
-         parcels.SRCinst.size(), parcels.SRCpoint.size(), parcels.SRCline.size(),
-         parcels.SRCarea.size());
-    echo(run.messages, "Number of particles: %d\n", parcels.NUMparcels);
-    run.clock.Tnow = 0.0;
+  } else if (run.settings.source_file != "none") {
+    read_source_file(run);
   }
   parcels.NUMinst = parcels.SRCinst.size();
   parcels.NUMpoint = parcels.SRCpoint.size();
   parcels.NUMline = parcels.SRCline.size();
   parcels.NUMarea = parcels.SRCarea.size();
-  allocate_population(run);
+  try {
+    if (!run.settings.no_parcels) {
+      count_parcels(run);
+      echo(run.messages, "Number of particles: %d\n", parcels.NUMparcels);
+      run.clock.Tnow = 0.0;
+    }
+    allocate_population(run);
+  } catch (const std::bad_alloc&) {
+    fatal_error(run.messages, "Not enough memory for the particles of the sources");
+  }
   PARCEL_INIT(run);
 }
 
