@@ -132,11 +132,11 @@ TEST(SourceFileDeath, FaultsAreToldWithTheirPlace) {
   const Case cases[] = {
       {"0\n-1\n", "sources.txt:2: expected the number of point sources, 0 or more"},
       {"x\n", "sources.txt:1: expected an integer, found \"x\""},
-      {"0\n0\n", "sources.txt:3: expected an integer, found the end of the file"},
+      {"0\n0\n", "sources.txt:2: expected an integer, found the end of the file"},
       {"2000000000\n1 1 'a'\n" + first + point + sand, "expected an integer, found the end"},
       {"1\n1 2000000000 'a'\n" + first + point + sand, "expected an integer, found the end"},
       {"0\n0\n0\n1\n1 2000000000 1 'a'\n" + first + "\n1 1 0\n", "found the end of the file"},
-      {"0\n0\n1\n", "sources.txt:4: expected the head of a line source, found the end"},
+      {"0\n0\n1\n", "sources.txt:3: expected the head of a line source, found the end"},
       {"0\n0\n1\n\n1 x 'a'\n", "sources.txt:5: expected an integer, found \"x\""},
       {"0\n1\n40000 1 'a'\n",
        "sources.txt:3: expected a source id from -32768 to 32767, found 40000"},
