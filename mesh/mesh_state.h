@@ -29,15 +29,37 @@ struct ElementBoundaries {
   std::array<int, 3> SEG{};  // first point of the segment in the boundary's NODES
 };
 
-// Search grid over the plane for FIND_ELEMENT: each cell lists the elements whose bounding boxes
-// meet it, in SORTxmin order. Built by BUILD_ELEMENT_GRID (mesh/find_element.h).
+// Search grid over the plane for FIND_ELEMENT. A lattice of cells covers the mesh; a cell that many
+// elements meet has a finer lattice of its own, so that meshes with small elements in a corner of a
+// large domain are searched as fast as even ones. Built by BUILD_ELEMENT_GRID
+// (mesh/find_element.h).
 struct ElementGrid {
+  // A run of entries of `candidates`, in SORTxmin order.
+  struct Cell {
+    int first = 0;
+    int count = 0;  // finer_lattice: `first` is the number of a lattice
+  };
+  static constexpr int finer_lattice = -1;
+  struct Lattice {
+    double x_origin = 0.0, y_origin = 0.0;
+    double columns_per_unit = 0.0, rows_per_unit = 0.0;
+    int columns = 1, rows = 1;
+    int first_cell = 0;  // in `cells`, row after row
+    Cell wide;           // elements that would fill too many cells: candidates in every cell
+  };
+  // What the search needs of an element, in one place; elements of a cell lie close together.
+  struct Triangle {
+    double x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0, x3 = 0.0, y3 = 0.0;
+    int rank = 0;  // position in SORTxmin
+    int element = 0;
+  };
+
   bool built = false;
-  double x_origin = 0.0, y_origin = 0.0;
-  double cell_width = 1.0, cell_height = 1.0;  // mesh units
-  int columns = 0, rows = 0;
-  std::vector<std::int64_t> first;  // columns * rows + 1 entries
-  std::vector<int> ranks;           // positions in SORTxmin, ascending in a cell
+  double x_min = 0.0, x_max = 0.0, y_min = 0.0, y_max = 0.0;  // of all elements
+  std::vector<Lattice> lattices;                              // the first covers the mesh
+  std::vector<Cell> cells;
+  std::vector<int> candidates;  // indices of `triangles`
+  std::vector<Triangle> triangles;
 };
 
 struct MeshState {
@@ -66,6 +88,11 @@ struct MeshState {
   Array<Boundary> OPENbnd, LANDbnd;
   Array<Logical> LANDelem, OPENelem;  // the element touches such a boundary
   Array<ElementBoundaries> LANDrefs, OPENrefs;
+
+  // Telescoping grids only: the cell each element came from, 0 for none, and the nodes in the
+  // middle of the north, east, south and west side of each cell (columns 1 to 4), 0 for none.
+  Array<int> ELcell;
+  Array2<int> CELLcorners;
 
   bool NEIGHnew = false;                // the neighbour file is being rewritten in this run
   std::FILE* neighbour_file = nullptr;  // open between MESH_NEIGHBOURS and MESH_BOUNDARIES
