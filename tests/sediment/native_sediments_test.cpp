@@ -85,7 +85,7 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
       {SedimentsFormat::adcirc, "t\n2 4\n1 0 0 1 1 1\n1 0 0 1 1 1\n",
        "bed.sed:4: node 1 is given twice"},
       {SedimentsFormat::adcirc, "t\n2 4\n1 0 0 1 1 1\n2 0 0 1 1 1\n",
-       "bed.sed:5: expected an integer, found the end of the file"},
+       "bed.sed:4: expected an integer, found the end of the file"},
       {SedimentsFormat::adcirc, "t\n2 4\n1 0 0 1 fine 1\n",
        "bed.sed:3: expected a real number, found \"fine\""},
       {SedimentsFormat::adcirc, "", "expected a line, found the end of the file"},
