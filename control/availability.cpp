@@ -34,9 +34,9 @@ void refuse_unavailable(const RunState& run) {
        "Meshes other than \"adcirc\" are not available in this version"},
       {m.velocity == VelocityMethod::two_point && m.bottom_flow != FlowFormat::adcirc,
        "Bottom flow other than \"adcirc\" is not available in this version"},
-      {m.sediments != SedimentsFormat::adcirc && m.sediments != SedimentsFormat::uniform &&
-           m.sediments != SedimentsFormat::unknown,
-       "Sediments other than \"adcirc\" and \"uniform\" are not available in this version"},
+      {m.sediments == SedimentsFormat::hyfs || m.sediments == SedimentsFormat::hyfs_n2d ||
+           m.sediments == SedimentsFormat::n2d,
+       "Sediments from datasets and gridded models are not available in this version"},
       {flow_dataset(s), "Flow from datasets is not available in this version"},
       {s.waves, "Waves are not available in this version"},
       {m.transport == TransportFormula::a_d,

@@ -63,6 +63,13 @@ void allocate_map_work(RunState& run) {
   }
 }
 
+void open_sediments(RunState& run) {
+  const SedimentsFormat format = run.settings.method.sediments;
+  if (format == SedimentsFormat::adcirc) console(run.messages, "Reading sediment data file...\n");
+  if (format == SedimentsFormat::kfe) console(run.messages, "Reading KFE sediment data file...\n");
+  READ_NATIVE_SEDIMENTS(run);
+}
+
 void open_flow_2d(RunState& run) {
   allocate_flow_arrays(run);
   if (run.settings.method.flow == FlowFormat::adcirc) {
@@ -132,7 +139,7 @@ void OPEN_INPUTS(RunState& run) {
   set_flow_dimension(run);
   allocate_map_work(run);
   if (run.settings.method.velocity == VelocityMethod::two_point) OPEN_BOTTOM_FLOW(run);
-  READ_NATIVE_SEDIMENTS(run);
+  open_sediments(run);
   open_flow(run);
   set_grain_roughness(run);
 }

@@ -106,11 +106,6 @@ void prepare_moving_bed(RunState& run) {
     bed.BEDslopeY.allocate(run.mesh.NUMnode);
     BED_SLOPES(run);
   }
-  if (s.ensim && (moving || s.slope_effects)) {
-    echo_warning(run.messages,
-                 "with :ensim depths count upward, but the moving bed and its slopes take them as "
-                 "downward");
-  }
 }
 
 void tell_number_of_steps(const RunState& run) {
@@ -258,6 +253,7 @@ void end_run(RunState& run) {
   close_file(run.output.tecplot_parcel_file);
   close_file(run.output.tecplot_map_file);
   close_file(run.output.ensim_parcel_file);
+  for (std::FILE*& file : run.output.ensim_map_files) close_file(file);
   finish_parcels(run);
   if (!run.settings.no_parcels) WRITE_BALANCE(run);
 
