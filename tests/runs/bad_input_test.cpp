@@ -20,6 +20,9 @@ struct BadInput {
   const char* message;  // regular expression
 };
 
+// Names the case in the list of tests.
+void PrintTo(const BadInput& input, std::ostream* out) { *out << input.what; }
+
 void cut(Lines& lines, std::size_t keep) { lines.resize(keep); }
 
 const BadInput bad_inputs[] = {
@@ -188,7 +191,7 @@ const BadInput bad_inputs[] = {
     {"sources missing", [](TinyCase& c) { test::add_cards(c, {":source_file FOLDER/a.src"}); },
      "a.src"},
     {"neighbour file is a directory",
-     [](TinyCase& c) { test::add_cards(c, {":neighbor_file FOLDER/."}); }, "neighbo"},
+     [](TinyCase& c) { test::add_cards(c, {":neighbor_file FOLDER/."}); }, "Neighbor file .*folder"},
 };
 
 class BadInputs : public ::testing::TestWithParam<BadInput> {};
