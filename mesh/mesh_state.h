@@ -89,6 +89,11 @@ struct MeshState {
   Array<Logical> LANDelem, OPENelem;  // the element touches such a boundary
   Array<ElementBoundaries> LANDrefs, OPENrefs;
 
+  // Telescoping grids only: the cell each element came from, 0 for none, and the nodes in the
+  // middle of the north, east, south and west side of each cell (columns 1 to 4), 0 for none.
+  Array<int> ELcell;
+  Array2<int> CELLcorners;
+
   bool NEIGHnew = false;                // the neighbour file is being rewritten in this run
   std::FILE* neighbour_file = nullptr;  // open between MESH_NEIGHBOURS and MESH_BOUNDARIES
 };

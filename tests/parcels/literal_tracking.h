@@ -22,6 +22,7 @@ namespace dfl::literal {
 constexpr float gravity = 9.81f;
 constexpr float pi = 3.14159f;
 constexpr float two_pi = 6.28318f;
+constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees
 
 // Working values of one step, SI units.
 struct Working {
@@ -124,7 +125,7 @@ inline float pickup(const RunState& run, const Parcel& parcel, const Working& s)
   const Settings& set = run.settings;
   const float tau_b = TAUCR_SOULSBY(s.rho, set.rhos, s.nu, s.D50);
   const float delta = (s.tau - tau_b) / (1.0f - set.bed_porosity) / (set.rhos - s.rho) / gravity /
-                      std::tan(radians(32.0f));
+                      tan_of_repose;
   float e1 = 1.0f, e2 = 1.0f;
   if (delta > 0.0f) {
     e1 = held(parcel.D / delta, 0.0f, 1.0f);
