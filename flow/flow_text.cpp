@@ -51,7 +51,6 @@ Head read_head(TextReader& in) {
   Head head;
   in.skip_line();
   in.read(head.frames, head.nodes, head.interval, head.steps, head.values);
-  check_counts(in, head);
   return head;
 }
 
@@ -60,7 +59,6 @@ Head read_layered_head(TextReader& in) {
   Head head;
   in.skip_line();
   in.read(head.frames, head.nodes, head.interval, head.steps, head.layers, head.values);
-  check_counts(in, head);
   return head;
 }
 
@@ -84,7 +82,6 @@ Head read_scalar_head(TextReader& in, int NUMlayers) {
   in.read_item(head.interval);
   in.read_item(head.steps);
   in.read_item(head.values);
-  check_counts(in, head);
   if (head.values == NUMlayers) {
     const MessageState unused;
     TextReader rest(unused, in.path(), std::string(in.rest_of_line()), in.line());
@@ -113,6 +110,7 @@ Head open_elevation(RunState& run) {
   flow.elevation_file =
       open_existing(run, run.settings.flow_file_z, "water surface elevation", ".63");
   const Head head = read_head(*flow.elevation_file);
+  check_counts(*flow.elevation_file, head);
   flow.NUMframes = head.frames;
   flow.dTime = head.interval;
   return head;
