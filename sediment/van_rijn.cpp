@@ -485,4 +485,13 @@ VanRijnResult VAN_RIJN(const MessageState& messages, const VanRijnInput& in) {
   return result;
 }
 
+float VAN_RIJN_STRESS(const MessageState& messages, const VanRijnInput& in) {
+  if (!(in.h > 0.0f)) stop_without_water(messages, in);
+  Flow flow = prepare(in);
+  const WaveMotion wave = wave_motion(flow);
+  drifts_on_request(flow, wave);
+  if (!(flow.D50 > 0.0f && flow.D90 > 0.0f)) return 0.0f;
+  return bed_stress(flow, wave).Tbed;
+}
+
 }  // namespace dfl

@@ -111,6 +111,18 @@ TEST(VanRijn, SteadyStressCountsTwoPointsTwice) {
   expect_close(r.mean_stress, 1.01 * Tt, 1.0e-3);
 }
 
+TEST(VanRijn, StressAloneIsThatOfTheWholeRoutine) {
+  VanRijnInput irregular = river();
+  irregular.h = 1.0f;
+  irregular.kc = 12.0f;
+  VanRijnInput no_grain = coast();
+  no_grain.D50 = 0.0f;
+  MessageState messages;
+  for (const VanRijnInput& in : {river(), coast(), deep_coast(), irregular, no_grain}) {
+    EXPECT_EQ(VAN_RIJN_STRESS(messages, in), solve(in).max_stress);
+  }
+}
+
 TEST(VanRijn, PeriodBelowOneSecond) {
   VanRijnInput in = coast();
   in.T = 0.4f;  // counts as 1 s
