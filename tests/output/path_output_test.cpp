@@ -129,7 +129,7 @@ TEST(WritePathsDeath, BadParcelFilesAreNamedWithTheirLine) {
   const std::string head = "VARIABLES=\"X\" \"Y\" \"ID\"\n";
   const Case cases[] = {
       {"ZONE T=\"a @ 2000/01/02/00/00/00.000\", I=2\n1 2 1\n",
-       "plt:4: expected a row of 3 columns, found the end of the file"},
+       "plt:3: expected a row of 3 columns, found the end of the file"},
       {"ZONE T=\"a @ 2000/01/02/00/00/00.000\", I=1\n1 x2 1\n",
        "plt:3: expected a real number, found \"x2\""},
       {"ZONE T=\"a @ 2000/01/02/00/00/00.000\", I=2000000000\n1 2\n",
