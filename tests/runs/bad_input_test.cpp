@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdlib>
 
 #include "runs/tiny_run.h"
@@ -207,14 +208,15 @@ TEST_P(BadInputs, AreToldAndEndTheRun) {
       ::testing::ExitedWithCode(1), GetParam().message);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, BadInputs, ::testing::ValuesIn(bad_inputs),
-                         [](const ::testing::TestParamInfo<BadInput>& info) {
-                           std::string name = info.param.what;
-                           for (char& c : name) {
-                             if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-                           }
-                           return name;
-                         });
+std::string test_name(const ::testing::TestParamInfo<BadInput>& input) {
+  std::string name = input.param.what;
+  for (char& c : name) {
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  }
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, BadInputs, ::testing::ValuesIn(bad_inputs), test_name);
 
 }  // namespace
 }  // namespace dfl
