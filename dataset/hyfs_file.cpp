@@ -68,11 +68,8 @@ unsigned index_k(const HyfsFileInfo& info, hsize_t width) {
 
 Id creation_list(const HyfsFileInfo& info, hsize_t width) {
   Id list(H5Pcreate(H5P_FILE_CREATE));
-  constexpr unsigned tracked = H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED;
   if (!list.good() || H5Pset_istore_k(list.get(), index_k(info, width)) < 0 ||
-      H5Pset_link_creation_order(list.get(), tracked) < 0 ||
-      H5Pset_attr_creation_order(list.get(), tracked) < 0 ||
-      H5Pset_obj_track_times(list.get(), false) < 0) {
+      set_group_form(list.get()) < 0) {
     return Id();
   }
   return list;

@@ -61,7 +61,13 @@ struct Place {
   std::string name;
 };
 int place_below(hid_t parent, const std::string& path, Place& place);
+// Properties of new groups. Their links stand in the header of the group, in room kept free for
+// them: what is added when frames are there already then changes one block in its place.
+int set_group_form(hid_t list);
 Id create_group(hid_t parent, const std::string& name);
+int link_object(hid_t object, hid_t group, const std::string& name);
+// Free room in the header of an object, for attributes that grow later.
+int keep_room(hid_t object, std::size_t bytes);
 
 // ---- datasets ----
 struct Shape {
@@ -80,6 +86,7 @@ struct Storage {
   double fill = 0.0;
   bool filled = false;
 };
+// Without a name the dataset stands nowhere until it is linked.
 Id create_dataset(hid_t group, const std::string& name, hid_t type,
                   const std::vector<hsize_t>& size, const std::vector<hsize_t>& max,
                   const Storage& storage);

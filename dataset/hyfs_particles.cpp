@@ -14,6 +14,7 @@ namespace {
 constexpr double no_position = -9999.9;
 constexpr hsize_t id_chunk = 65536;
 constexpr hsize_t count_chunk = 1024;
+constexpr std::size_t use_room = 1024;  // for the list of the datasets along the parcels
 
 struct Position {
   const char* name;
@@ -33,7 +34,7 @@ Id create_trajectory(hid_t root) {
   Id ids = create_dataset(root, "trajectory", H5T_STD_I32LE, {0}, {H5S_UNLIMITED}, storage);
   if (!ids.good() || make_scale(ids.get(), "trajectory") < 0 ||
       write_text(ids.get(), "cf_role", "trajectory_id") < 0 ||
-      write_text(ids.get(), "long_name", "parcel id") < 0) {
+      write_text(ids.get(), "long_name", "parcel id") < 0 || keep_room(ids.get(), use_room) < 0) {
     return Id();
   }
   return ids;
@@ -151,10 +152,8 @@ int hfcreategeometricpathgroup_f(HyfsHandle file, const std::string& path, const
   Id created = create_group(place.group.get(), place.name);
   if (!created.good()) return hyfs_io_error;
   for (const Position& position : positions_of_parcel) {
-    if (H5Lcreate_hard(root.get(), position.name, created.get(), position.name, H5P_DEFAULT,
-                       H5P_DEFAULT) < 0) {
-      return hyfs_io_error;
-    }
+    const Id values = open_below(root.get(), position.name);
+    if (const int s = link_object(values.get(), created.get(), position.name); s < 0) return s;
   }
   int status = write_text(created.get(), "hyfs_type", particle_type);
   if (status >= 0) status = write_text(created.get(), "hyfs_guid", guid);

@@ -142,6 +142,20 @@ int write_series_attributes(hid_t dataset, const Plan& plan, const HyfsDatasetIn
   return write_fill(dataset, fill, H5T_IEEE_F32LE);
 }
 
+// Puts a new dataset in its place once all of it is in the file. A constant is made when the frames
+// of a run are there: a link to something not yet written would make the whole file unreadable for
+// NetCDF if the run were killed just then.
+int link_series(const Plan& plan, hid_t dataset) {
+  if (plan.constant && H5Fflush(plan.file.get(), H5F_SCOPE_LOCAL) < 0) return hyfs_io_error;
+  // Variables of parcels stand in the root, where viewers and scripts look, and in their group.
+  const Id root(H5Gopen2(plan.file.get(), "/", H5P_DEFAULT));
+  if (plan.particles && !exists_below(root.get(), plan.place.name)) {
+    const int status = link_object(dataset, root.get(), plan.place.name);
+    if (status < 0) return status;
+  }
+  return link_object(dataset, plan.place.group.get(), plan.place.name);
+}
+
 int create_series(const Plan& plan, const HyfsDatasetInfo& info, const std::string& long_name,
                   int code, Id& dataset) {
   const Id dimension = value_dimension(plan);
@@ -163,20 +177,11 @@ int create_series(const Plan& plan, const HyfsDatasetInfo& info, const std::stri
     storage.chunk.insert(storage.chunk.begin(), 1);
     scales.insert(scales.begin(), times.get());
   }
-  // Variables of parcels stand in the root, where viewers and scripts look, and in their group.
-  const hid_t group = plan.place.group.get();
-  const Id root(H5Gopen2(plan.file.get(), "/", H5P_DEFAULT));
-  const bool in_root = plan.particles && !exists_below(root.get(), plan.place.name);
-  dataset = create_dataset(in_root ? root.get() : group, plan.place.name, H5T_IEEE_F32LE, size,
-                           max, storage);
+  dataset = create_dataset(plan.file.get(), "", H5T_IEEE_F32LE, size, max, storage);
   if (!dataset.good()) return hyfs_io_error;
-  if (in_root && H5Lcreate_hard(root.get(), plan.place.name.c_str(), group,
-                                plan.place.name.c_str(), H5P_DEFAULT, H5P_DEFAULT) < 0) {
-    return hyfs_io_error;
-  }
-  const int status =
-      write_series_attributes(dataset.get(), plan, info, long_name, storage.fill, code);
-  return status < 0 ? status : attach_scales(dataset.get(), scales);
+  int status = write_series_attributes(dataset.get(), plan, info, long_name, storage.fill, code);
+  if (status >= 0) status = attach_scales(dataset.get(), scales);
+  return status < 0 ? status : link_series(plan, dataset.get());
 }
 
 int create_scalar(HyfsHandle parent, const std::string& path, const HyfsDatasetInfo& info,
