@@ -190,8 +190,7 @@ void TRACK_POPULATION(RunState& run, const TrackFields& fields) {
   for (int k = 1; k <= parcels.NUMalive; ++k) {
     const int id = parcels.ALIVElist(k);
     Parcel& parcel = parcels.PARCELS(id);
-    parcel.Age =
-        static_cast<float>(static_cast<double>(parcel.Age) + run.settings.time_step);
+    parcel.Age = static_cast<float>(static_cast<double>(parcel.Age) + run.settings.time_step);
     const TrackReport report = TRACK_PARCEL(run, fields, order, parcel, parcels.random);
     ++balance.parcel_steps;
     if (report.dry) ++balance.dry_steps;
