@@ -21,7 +21,7 @@ enum class PassEnd { end_data, bad_line, premature_end, card_failed };
 template <class Cut>
 bool next_line(TextReader& in, CardPass& pass, Cut cut) {
   std::string line;
-  pass.line_number = in.line();
+  pass.line_number = in.place().line;
   if (!in.read_line(line)) return false;
   constexpr const char* byte_order_mark = "\xEF\xBB\xBF";
   if (pass.line_number == 1 && line.rfind(byte_order_mark, 0) == 0) line.erase(0, 3);

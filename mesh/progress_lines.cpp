@@ -21,6 +21,7 @@ ProgressLines::ProgressLines(const MessageState& messages_in, int of, const char
 }
 
 ProgressLines::~ProgressLines() {
+  if (shown && !messages.HOSTEDmode) collected += '\n';
   write();
 }
 

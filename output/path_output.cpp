@@ -54,8 +54,9 @@ struct Line {
 };
 
 bool next_line(Line& line) {
+  const bool found = line.in.read_line(line.text);
   line.number = line.in.line();
-  return line.in.read_line(line.text);
+  return found;
 }
 
 std::string quoted(std::string_view text) {

@@ -211,7 +211,7 @@ float rate_extent(SourceKind kind, const SourceRecord& source, int j, float f) {
 }
 
 bool take_parcels_due(SourceRecord& source, int j, float extent, const RowMoment& moment, int& n) {
-  constexpr float most = 2.0e9f;
+  constexpr float most = 1.0e9f;
   Instruction& row = source.SRCrow(j);
   source.SRCcum(j) += extent * moment.length * moment.Q / row.ROWmass;
   const float due = source.SRCcum(j) - row.ROWreleased;

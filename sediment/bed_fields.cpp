@@ -283,6 +283,7 @@ NodeResult closed_formula_node(const RunState& run, const Pass& pass, int n) {
     fields.KSnode = Ks1;
     fields.QSED = 0.0f;
     fields.BEDFORMnode = 0.0f;
+    if (!has_threshold) fields.MOBILITYnode = 0.0f;
   } else {
     move_bed(run, pass, n, at, waves, Ks1, fields, point);
   }

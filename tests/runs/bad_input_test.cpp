@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdlib>
 
 #include "runs/tiny_run.h"
@@ -18,6 +19,9 @@ struct BadInput {
   void (*damage)(TinyCase&);
   const char* message;  // regular expression
 };
+
+// Names the case in the list of tests.
+void PrintTo(const BadInput& input, std::ostream* out) { *out << input.what; }
 
 void cut(Lines& lines, std::size_t keep) { lines.resize(keep); }
 
@@ -187,7 +191,7 @@ const BadInput bad_inputs[] = {
     {"sources missing", [](TinyCase& c) { test::add_cards(c, {":source_file FOLDER/a.src"}); },
      "a.src"},
     {"neighbour file is a directory",
-     [](TinyCase& c) { test::add_cards(c, {":neighbor_file FOLDER/."}); }, "neighbo"},
+     [](TinyCase& c) { test::add_cards(c, {":neighbor_file FOLDER/."}); }, "Neighbor file .*folder"},
 };
 
 class BadInputs : public ::testing::TestWithParam<BadInput> {};
@@ -207,14 +211,15 @@ TEST_P(BadInputs, AreToldAndEndTheRun) {
       ::testing::ExitedWithCode(1), GetParam().message);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, BadInputs, ::testing::ValuesIn(bad_inputs),
-                         [](const ::testing::TestParamInfo<BadInput>& info) {
-                           std::string name = info.param.what;
-                           for (char& c : name) {
-                             if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-                           }
-                           return name;
-                         });
+std::string test_name(const ::testing::TestParamInfo<BadInput>& input) {
+  std::string name = input.param.what;
+  for (char& c : name) {
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  }
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, BadInputs, ::testing::ValuesIn(bad_inputs), test_name);
 
 }  // namespace
 }  // namespace dfl

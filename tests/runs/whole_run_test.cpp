@@ -13,14 +13,14 @@ using test::TinyCase;
 TEST(WholeRun, UniformFlowCarriesTheTracerAndTheBalanceCloses) {
   const test::TemporaryFolder folder;
   TinyCase c = test::tiny_case();
-  test::add_cards(c, {":no_random_walk", ":no_turbulent_shear"});
+  // In "1d" the tracer moves with the depth average, whatever its height.
+  test::add_cards(c, {":no_random_walk", ":no_turbulent_shear", ":advection_method 1d"});
   RunState run;
   test::run_case(run, c, folder);
 
   // 5 kg of 1 kg at 10 s; 0.1 kg/s of 1 kg for 121 steps of 10 s.
   EXPECT_EQ(run.parcels.NUMborn, 5 + 121);
-  // Released at 10 s and moved in the step of its release: 0.1 m/s from x = 120 for 120 steps. It
-  // meets the depth average everywhere, since it is lighter than the water.
+  // Released at 10 s and moved in the step of its release: 0.1 m/s from x = 120 for 120 steps.
   const Parcel& light = run.parcels.PARCELS(2);
   EXPECT_NEAR(light.X, 120.0 + 0.1 * 1200.0, 1e-3);
   EXPECT_NEAR(light.Y, 210.0, 1e-6);
