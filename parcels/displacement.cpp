@@ -16,8 +16,7 @@ float walk_scale(float E, double dt) {
 }
 
 // Vertical walk: drift up the gradient of the diffusivity, and scatter, m.
-float vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s,
-                    float factor) {
+float vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s, float factor) {
   const auto Ev = [&](float z) { return EV_VERTICAL(set, s.H, z, s.su, factor); };
   const float h0 = s.h0, top = s.H - gradient_step;
   const float Ev0 = Ev(h0);

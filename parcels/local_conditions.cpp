@@ -15,12 +15,12 @@ constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees with pi as 3.1415
 
 // Wave quantities that the stress needs.
 struct WavesHere {
-  float omega = 1.0f, k = 1.0f;       // 1/s, 1/m
-  float Cg = 0.0f;                    // group velocity, m/s
-  float kx = 0.0f, ky = 0.0f;         // wave number vector, 1/m
-  float Ub = 0.0f, Aw = 0.0f;         // orbital speed, m/s, and excursion, m, at the bed
-  float Ud = 0.0f;                    // mass transport, m/s
-  float phi = 0.0f;                   // angle to the current, degrees
+  float omega = 1.0f, k = 1.0f;  // 1/s, 1/m
+  float Cg = 0.0f;               // group velocity, m/s
+  float kx = 0.0f, ky = 0.0f;    // wave number vector, 1/m
+  float Ub = 0.0f, Aw = 0.0f;    // orbital speed, m/s, and excursion, m, at the bed
+  float Ud = 0.0f;               // mass transport, m/s
+  float phi = 0.0f;              // angle to the current, degrees
 };
 
 // Return flow under breaking waves, m/s.
@@ -98,8 +98,8 @@ float calm_stress(const Stage& s) {
   const float log_drag = 0.4f / (std::log(s.KSgrain / 30.0f / s.H) + 1.0f);
   float Cdx = log_drag * log_drag, Cdy = Cdx;
   if (!current_alone(s, Cdx)) {
-    const WaveFriction friction = WAVE_FRICTION(1.0f, 1.0f, s.H, s.KSgrain, 0.0f, 0.0f, 0.0f, s.U,
-                                                s.V, s.rho);
+    const WaveFriction friction =
+        WAVE_FRICTION(1.0f, 1.0f, s.H, s.KSgrain, 0.0f, 0.0f, 0.0f, s.U, s.V, s.rho);
     Cdx = friction.Cdx;
     Cdy = friction.Cdy;
   }
@@ -173,8 +173,7 @@ void find_water(const RunState& run, const TrackFields& fields, Stage& s) {
   if (fields.uniform_water) return;
   const FlowState& flow = run.flow;
   if (!flow.UNIFORMden) {
-    s.rho =
-        level_value(run, fields, s, s.height, 1, EndRule::hold, EndRule::hold, flow.DENnode);
+    s.rho = level_value(run, fields, s, s.height, 1, EndRule::hold, EndRule::hold, flow.DENnode);
   }
   if (!flow.UNIFORMtem) {
     s.nu = VISCOSITY_T(
@@ -216,8 +215,8 @@ float pickup_chance(const RunState& run, const TrackFields& fields, const Parcel
 
   // Mobile layer of the bed: its thickness against the grain and the burial.
   const float tau_b = TAUCR_SOULSBY(s.rho, set.rhos, s.nu, s.f[at_D50]);
-  const float delta = (s.tau - tau_b) / (1.0f - set.bed_porosity) / (set.rhos - s.rho) / gravity /
-                      tan_of_repose;
+  const float delta =
+      (s.tau - tau_b) / (1.0f - set.bed_porosity) / (set.rhos - s.rho) / gravity / tan_of_repose;
   float e1 = 1.0f, e2 = 1.0f;
   if (delta > 0.0f) {
     e1 = held(parcel.D / delta, 0.0f, 1.0f);
@@ -267,9 +266,8 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
   s.Pu_wanted = false;
 
   // The stress on a parcel without weight decides on nothing, but with "2d" on standing still.
-  if (light &&
-      (advection != AdvectionMethod::d2 ||
-       (calm && s.DORMANT == logical_false && surely_mobile(s, s.tau_cr)))) {
+  if (light && (advection != AdvectionMethod::d2 ||
+                (calm && s.DORMANT == logical_false && surely_mobile(s, s.tau_cr)))) {
     if (fields.turbulent_draws) pass_gauss(s.gauss, random);
     s.MOBILITY = 1.0f;
     return true;
@@ -299,9 +297,9 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
   s.MOBILITY = s.tau / s.tau_cr;
 
   // Pick-up; the formula is evaluated where its result is read.
-  s.Pu_wanted = set.bed_interaction && (advection == AdvectionMethod::q3d ||
-                                        (advection == AdvectionMethod::d3 &&
-                                         s.DORMANT == logical_true));
+  s.Pu_wanted =
+      set.bed_interaction && (advection == AdvectionMethod::q3d ||
+                              (advection == AdvectionMethod::d3 && s.DORMANT == logical_true));
   if (is_true(s.DORMANT) && !set.bed_interaction && advection == AdvectionMethod::q3d) {
     s.Pu = s.MOBILITY < 1.0f ? 0.0f : 1.0f;
   }

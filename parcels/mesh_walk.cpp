@@ -10,7 +10,7 @@ namespace {
 
 constexpr int longest_walk = 16;  // elements
 
-constexpr double margin = 1.0e-6;      // of the longest edge, what "well inside" means
+constexpr double margin = 1.0e-6;       // of the longest edge, what "well inside" means
 constexpr double shape_limit = 1.0e-3;  // least area over longest edge squared
 constexpr double size_limit = 1.0e3;    // largest ratio of the longest edges of two neighbours
 constexpr float nowhere = -std::numeric_limits<float>::infinity();
@@ -41,8 +41,8 @@ bool edge_parts(const TrackElement& a, const TrackElement& b, double tolerance) 
   const EdgeValues f = edge_values(a, b.x1, b.y1);
   const EdgeValues g = edge_values(a, b.x2, b.y2);
   const EdgeValues h = edge_values(a, b.x3, b.y3);
-  return std::min({f.f1, g.f1, h.f1}) >= -tolerance ||
-         std::min({f.f2, g.f2, h.f2}) >= -tolerance || std::min({f.f3, g.f3, h.f3}) >= -tolerance;
+  return std::min({f.f1, g.f1, h.f1}) >= -tolerance || std::min({f.f2, g.f2, h.f2}) >= -tolerance ||
+         std::min({f.f3, g.f3, h.f3}) >= -tolerance;
 }
 
 // Lattice of bins over the mesh; each lists the elements whose boxes meet it.
@@ -68,7 +68,7 @@ void for_bins(const Bins& bins, const Box& box, Visit visit) {
 }
 
 // False if the elements are such that the lists would grow far beyond their number.
-bool fill_bins(const Array<TrackElement>& elements, Bins& bins) {
+bool fill_bins(const TrackElements& elements, Bins& bins) {
   const int n = elements.size();
   Box all{1.0e300, -1.0e300, 1.0e300, -1.0e300};
   for (const TrackElement& t : elements) {
@@ -101,9 +101,8 @@ bool fill_bins(const Array<TrackElement>& elements, Bins& bins) {
   bins.members.resize(static_cast<std::size_t>(total));
   std::vector<std::int64_t> next(bins.first.begin(), bins.first.end() - 1);
   for (int e = 1; e <= n; ++e) {
-    for_bins(bins, box_of(elements(e)), [&](std::size_t k) {
-      bins.members[static_cast<std::size_t>(next[k]++)] = e;
-    });
+    for_bins(bins, box_of(elements(e)),
+             [&](std::size_t k) { bins.members[static_cast<std::size_t>(next[k]++)] = e; });
   }
   return true;
 }
@@ -123,7 +122,7 @@ void check_pair(TrackElement& a, TrackElement& b) {
 
 }  // namespace
 
-int walk_to(const Array<TrackElement>& elements, int e, EdgeValues f, double x, double y) {
+int walk_to(const TrackElements& elements, int e, EdgeValues f, double x, double y) {
   const TrackElement* t = &elements(e);
   for (int count = 0; count < longest_walk; ++count) {
     std::size_t edge = f.f2 > f.f1 ? 1 : 0;
@@ -139,7 +138,7 @@ int walk_to(const Array<TrackElement>& elements, int e, EdgeValues f, double x, 
   return 0;
 }
 
-void link_elements(int NUMnode, Array<TrackElement>& elements) {
+void link_elements(int NUMnode, TrackElements& elements) {
   // Elements by node, packed.
   std::vector<int> first(static_cast<std::size_t>(NUMnode) + 2, 0);
   for (const TrackElement& t : elements) {
@@ -170,7 +169,7 @@ void link_elements(int NUMnode, Array<TrackElement>& elements) {
   }
 }
 
-void find_overlaps(Array<TrackElement>& elements) {
+void find_overlaps(TrackElements& elements) {
   bool sound = true;
   for (TrackElement& t : elements) {
     const double l2 = longest_edge_squared(t);

@@ -24,12 +24,12 @@ inline bool holds(const EdgeValues& f) {
 
 // From element e, which does not hold (x, y), across edges toward it. The element that holds the
 // point well inside, 0 if the walk met a boundary, took too long or ended near an edge.
-int walk_to(const Array<TrackElement>& elements, int e, EdgeValues f, double x, double y);
+int walk_to(const TrackElements& elements, int e, EdgeValues f, double x, double y);
 
 // Sets `across` of every element.
-void link_elements(int NUMnode, Array<TrackElement>& elements);
+void link_elements(int NUMnode, TrackElements& elements);
 // Sets `well_inside`: elements that overlap another one, and very thin ones with what lies near
 // them, get none.
-void find_overlaps(Array<TrackElement>& elements);
+void find_overlaps(TrackElements& elements);
 
 }  // namespace dfl

@@ -124,9 +124,9 @@ Crossing search_walls(const MeshState& mesh, const TrackFields& fields, const Pa
   const auto collect = [&](int e, int turn) {
     const int n1 = mesh.ELnode1(e), n2 = mesh.ELnode2(e), n3 = mesh.ELnode3(e);
     for (int n : {n1, n2, n3}) {
-      const auto from = std::lower_bound(
-          fields.walls.begin(), fields.walls.end(), n,
-          [](const WallSegment& wall, int node) { return wall.node < node; });
+      const auto from =
+          std::lower_bound(fields.walls.begin(), fields.walls.end(), n,
+                           [](const WallSegment& wall, int node) { return wall.node < node; });
       for (auto wall = from; wall != fields.walls.end() && wall->node == n; ++wall) {
         const int end = mesh.LANDbnd(wall->boundary).NODES(wall->segment + 1);
         if (end == n1 || end == n2 || end == n3) {

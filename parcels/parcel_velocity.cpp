@@ -9,8 +9,7 @@ namespace dfl {
 namespace {
 
 // Height of the centre of motion and the factor on the velocity.
-void find_centroid(const RunState& run, const TrackFields& fields, const Parcel& parcel,
-                   Stage& s) {
+void find_centroid(const RunState& run, const TrackFields& fields, const Parcel& parcel, Stage& s) {
   const Settings& set = run.settings;
   const FlowState& flow = run.flow;
   s.hc = 0.0f;
@@ -101,8 +100,8 @@ void level_velocity(const RunState& run, const TrackFields& fields, Stage& s, fl
 }
 
 float continuity(const TrackFields& fields, const Stage& s, float z) {
-  return CONTINUITY_W(z, s.H, fields.elements(s.element).divergence, s.f[at_ETAnew],
-                      s.f[at_ETAold], fields.time_new, fields.time_old);
+  return CONTINUITY_W(z, s.H, fields.elements(s.element).divergence, s.f[at_ETAnew], s.f[at_ETAold],
+                      fields.time_new, fields.time_old);
 }
 
 // Below 1.4 times the centre of motion a grain that rests between its jumps is slower than the

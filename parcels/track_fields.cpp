@@ -102,14 +102,14 @@ void pack_settings(const RunState& run, TrackFields& fields) {
   const Settings& set = run.settings;
   fields.advection = set.method.advection;
   fields.uniform_water = run.flow.UNIFORMden && run.flow.UNIFORMtem;
-  fields.plain_calm = set.method.eulerian == EulerianMethod::pie &&
-                      set.method.centroid == CentroidMethod::rouse;
+  fields.plain_calm =
+      set.method.eulerian == EulerianMethod::pie && set.method.centroid == CentroidMethod::rouse;
   fields.turbulent_draws = set.turbulent_shear && !set.debug;
   fields.dt8 = set.time_step;
   fields.dt = static_cast<float>(set.time_step);
   fields.cbrt_rhos = grain_scale(set.rhos, set.water_density, set.water_viscosity);
-  fields.sh_etmin = static_cast<float>(
-      std::sqrt(6.0 * static_cast<double>(set.etmin) / set.time_step));
+  fields.sh_etmin =
+      static_cast<float>(std::sqrt(6.0 * static_cast<double>(set.etmin) / set.time_step));
   if (run.flow.FLOW2D) continuity_times(run, fields.time_new, fields.time_old);
 }
 

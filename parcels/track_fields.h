@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "control/run_state.h"
+#include "parcels/aligned_records.h"
 
 namespace dfl {
 
@@ -57,21 +58,24 @@ struct WallSegment {
   int node = 0, boundary = 0, segment = 0;
 };
 
+using TrackElements = AlignedRecords<TrackElement>;
+
 struct TrackFields {
   bool geometry_packed = false;
-  Array<TrackNode> nodes;
-  Array<TrackElement> elements;
+  AlignedRecords<TrackNode> nodes;
+  TrackElements elements;
+
   std::vector<WallSegment> walls;  // ascending
 
   // What the settings say, once for all parcels.
   AdvectionMethod advection = AdvectionMethod::q3d;
-  bool uniform_water = true;  // density and viscosity are those of the cards
-  bool plain_calm = true;     // a place without waves needs no wave quantity
+  bool uniform_water = true;    // density and viscosity are those of the cards
+  bool plain_calm = true;       // a place without waves needs no wave quantity
   bool turbulent_draws = true;  // the stress of a stage draws a normal number
-  double dt8 = 0.0;           // s
-  float dt = 0.0f;            // s
-  float cbrt_rhos = 0.0f;     // dimensionless grain size of the bed material over its size, 1/m
-  float sh_etmin = 0.0f;      // walk scale at the least diffusivity, m/s
+  double dt8 = 0.0;             // s
+  float dt = 0.0f;              // s
+  float cbrt_rhos = 0.0f;       // dimensionless grain size of the bed material over its size, 1/m
+  float sh_etmin = 0.0f;        // walk scale at the least diffusivity, m/s
   double time_new = 0.0, time_old = 0.0;  // of the flow frames, s
 };
 

@@ -113,6 +113,42 @@ void write_back(const RunState& run, const Stage& s, Parcel& parcel) {
   }
 }
 
+// The loop over the population asks for memory this many parcels ahead: for the parcels, then for
+// their elements, then for the nodes of these.
+constexpr int parcels_ahead = 24;
+constexpr int elements_ahead = 16;
+constexpr int nodes_ahead = 8;
+
+void prefetch(const void* address) {
+  __builtin_prefetch(address);
+}
+
+void prefetch_ahead(const ParcelState& parcels, const TrackFields& fields, int k) {
+  const auto listed = [&](int ahead) -> const Parcel* {
+    return k + ahead <= parcels.NUMalive ? &parcels.PARCELS(parcels.ALIVElist(k + ahead))
+                                         : nullptr;
+  };
+  const auto element_of = [&](const Parcel* parcel) -> const TrackElement* {
+    if (parcel == nullptr || parcel->ELEMENT < 1 || parcel->ELEMENT > fields.elements.size()) {
+      return nullptr;
+    }
+    return &fields.elements(parcel->ELEMENT);
+  };
+  if (const Parcel* parcel = listed(parcels_ahead); parcel != nullptr) {
+    prefetch(parcel);
+    prefetch(&parcel->ALIVE);
+  }
+  if (const TrackElement* t = element_of(listed(elements_ahead)); t != nullptr) {
+    prefetch(t);
+    prefetch(&t->cross1);
+  }
+  if (const TrackElement* t = element_of(listed(nodes_ahead)); t != nullptr) {
+    prefetch(&fields.nodes(t->n1));
+    prefetch(&fields.nodes(t->n2));
+    prefetch(&fields.nodes(t->n3));
+  }
+}
+
 TrackReport lose(Parcel& parcel, int status) {
   parcel.ALIVE = logical_false;
   parcel.LOSS = static_cast<std::int16_t>(status);
@@ -188,10 +224,10 @@ void TRACK_POPULATION(RunState& run, const TrackFields& fields) {
   ParcelState& parcels = run.parcels;
   BalanceState& balance = run.balance;
   for (int k = 1; k <= parcels.NUMalive; ++k) {
+    prefetch_ahead(parcels, fields, k);
     const int id = parcels.ALIVElist(k);
     Parcel& parcel = parcels.PARCELS(id);
-    parcel.Age =
-        static_cast<float>(static_cast<double>(parcel.Age) + run.settings.time_step);
+    parcel.Age = static_cast<float>(static_cast<double>(parcel.Age) + run.settings.time_step);
     const TrackReport report = TRACK_PARCEL(run, fields, order, parcel, parcels.random);
     ++balance.parcel_steps;
     if (report.dry) ++balance.dry_steps;

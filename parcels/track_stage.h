@@ -59,8 +59,12 @@ struct Stage {
 inline float held(float value, float low, float high) {
   return std::min(std::max(value, low), high);
 }
-inline float to_degrees(float angle) { return angle * 180.0f / short_pi; }
-inline float to_radians(float angle) { return angle * short_pi / 180.0f; }
+inline float to_degrees(float angle) {
+  return angle * 180.0f / short_pi;
+}
+inline float to_radians(float angle) {
+  return angle * short_pi / 180.0f;
+}
 
 // All fields at a point of element t.
 inline void interpolate(const TrackFields& fields, const TrackElement& t, const Weights& w,

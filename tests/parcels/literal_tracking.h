@@ -124,8 +124,8 @@ inline float stress_van_rijn(const RunState& run, const Parcel& parcel, const Wo
 inline float pickup(const RunState& run, const Parcel& parcel, const Working& s) {
   const Settings& set = run.settings;
   const float tau_b = TAUCR_SOULSBY(s.rho, set.rhos, s.nu, s.D50);
-  const float delta = (s.tau - tau_b) / (1.0f - set.bed_porosity) / (set.rhos - s.rho) / gravity /
-                      tan_of_repose;
+  const float delta =
+      (s.tau - tau_b) / (1.0f - set.bed_porosity) / (set.rhos - s.rho) / gravity / tan_of_repose;
   float e1 = 1.0f, e2 = 1.0f;
   if (delta > 0.0f) {
     e1 = held(parcel.D / delta, 0.0f, 1.0f);
