@@ -22,9 +22,11 @@ constexpr int hyfs_no_data = -4302;
 constexpr int hyfs_does_not_exist = -4303;
 constexpr int hyfs_dataset_invalid = -4304;
 constexpr int hyfs_group_type = -4401;
-constexpr int hyfs_io_error = -1;  // a read or write failed (disk full, file damaged); no name
+constexpr int hyfs_io_error = -1;  // a read or write failed (disk full, file damaged, no file)
 
-// Start; once before any other, harmless if repeated.
+// Start; once before any other, harmless if repeated. Closing the process by std::exit is then
+// safe at any time: the HDF5 library does nothing at exit, so that a write that failed is not
+// tried again.
 int hfpinitialize_f();
 
 // What a new file holds; the expected frame counts size the chunk index.
@@ -33,14 +35,16 @@ struct HyfsFileInfo {
   std::string title;
   std::string start_date;              // "YYYY-MM-DD hh:mm:ss", origin of /time
   std::int64_t expected_frames = 1000;  // time steps that will be written
-  std::int64_t expected_values = 1;     // values of a frame
+  std::int64_t expected_values = 1;     // values of a frame; 1: not known
 };
 int hfopenfile_f(const std::string& path, bool read_only, HyfsHandle& file);
 int hfcreatefile_f(const std::string& path, bool overwrite, const HyfsFileInfo& info,
                    HyfsHandle& file);
+// Closes what was opened through the file too.
 int hfclosefile_f(HyfsHandle file);
 
-// A group, scalar dataset or vector marker at a path below a file or group handle.
+// A group, scalar dataset or vector marker at a path below a file or group handle. A path of two or
+// three datasets joined by commas ("u-vel,v-vel") opens them as one vector.
 int hfopengroup_f(HyfsHandle parent, const std::string& path, HyfsHandle& group);
 int hfclosegroup_f(HyfsHandle group);
 
@@ -78,7 +82,7 @@ int hfgetdatasettimes_f(HyfsHandle dataset, std::vector<double>& times);
 int hfgetdatasettimeunits_f(HyfsHandle dataset, std::string& units);  // "Seconds", "Hours", ...
 int hfreadreftime_f(HyfsHandle dataset, double& julian_day);
 int hfreadscalarvaluestimestep_f(HyfsHandle dataset, int index, std::vector<float>& values);
-// Pairs x, y for each value.
+// Pairs x, y for each value; triples of a vector with three components.
 int hfreadvectorvaluestimestep_f(HyfsHandle dataset, int index, std::vector<float>& values);
 // 0 centre, 3 I-face, 4 J-face, -1 node.
 int hfgetscalardatalocation_f(HyfsHandle dataset, int& location);
@@ -89,7 +93,9 @@ struct HyfsDatasetInfo {
   std::string units;
   std::string time_units = "Seconds";
   int compression = -1;
-  std::string location = "node";   // "node", "face", "trajectory"
+  // "node", "face" (of the mesh), "trajectory"; on grids "centre", "i-face", "j-face" (of a cell,
+  // on its lower side), or "faces" for a vector with x on I-faces and y on J-faces.
+  std::string location = "node";
   std::int64_t values = 0;         // of a frame at the start; 0: set by the first write
   float fill = -9999.9f;
 };
@@ -116,7 +122,8 @@ struct HyfsMesh {
 int hfwritemesh_f(HyfsHandle file, const HyfsMesh& mesh);
 int hfwritecrs_f(HyfsHandle file, int epsg);
 
-// Particle sets.
+// Particle sets. Scalar datasets created below a particle set are values of its parcels: extendable
+// ones by time step, others constants of the parcels, written once at time 0.
 int hfcreategeometricpathgroup_f(HyfsHandle file, const std::string& path, const std::string& guid,
                                  int compression, HyfsHandle& group);
 // positions: x, y, z of each parcel.

@@ -1,23 +1,86 @@
 #pragma once
 
-// Every random draw of a run. The order of draws is part of the result.
+// Every random draw of a run. The order of draws is part of the result. All inline: tracking draws
+// several numbers for each parcel and step.
+
+#include <cmath>
 
 #include "parcels/parcel_state.h"
 
 namespace dfl {
 
 // Sets the state of the generator (L'Ecuyer 1988, combined multiplicative congruential). A seed of
-// 0 is replaced, one at or above its modulus is reduced.
+// 0 is replaced, one at or above its modulus is reduced; a negative one is raised by its modulus.
 void seed_generator(RandomStream& random, int seed1, int seed2);
+
+// The next combined value, 1 to 2147483562. Schrage's method keeps the products in 31 bits.
+inline int next_random_integer(RandomStream& random) {
+  int& s1 = random.state[0];
+  int& s2 = random.state[1];
+  const int k1 = s1 / 53668;
+  s1 = 40014 * (s1 - k1 * 53668) - k1 * 12211;
+  if (s1 < 0) s1 += 2147483563;
+  const int k2 = s2 / 52774;
+  s2 = 40692 * (s2 - k2 * 52774) - k2 * 3791;
+  if (s2 < 0) s2 += 2147483399;
+  int z = s1 - s2;
+  if (z < 1) z += 2147483562;
+  return z;
+}
+
 // A uniform number in (0, 1): z * 4.656613e-10 formed in 4 bytes.
-float UNIFORM_NUMBER(RandomStream& random);
+inline float UNIFORM_NUMBER(RandomStream& random) {
+  return static_cast<float>(next_random_integer(random)) * 4.656613e-10f;
+}
+
 // A standard normal by Marsaglia's polar method; two are made at a time and one is kept.
-double GAUSS_NUMBER(RandomStream& random);
+inline double GAUSS_NUMBER(RandomStream& random) {
+  if (random.gauss_kept) {
+    random.gauss_kept = false;
+    return random.gauss_value;
+  }
+  double a = 0.0, b = 0.0, s = 0.0;
+  do {
+    const double r1 = static_cast<double>(next_random_integer(random)) * 4.656613e-10;
+    const double r2 = static_cast<double>(next_random_integer(random)) * 4.656613e-10;
+    a = 2.0 * r1 - 1.0;
+    b = 2.0 * r2 - 1.0;
+    s = a * a + b * b;
+  } while (!(s > 0.0 && s < 1.0));
+  const double f = std::sqrt(-2.0 * std::log(s) / s);
+  random.gauss_value = a * f;
+  random.gauss_kept = true;
+  return b * f;
+}
 
 struct Walk {
   float w1 = 0.0f, w2 = 0.0f, w3 = 0.0f, w4 = 0.0f;  // w1 in [0, 1), the others in [-1, 1)
 };
-// The four numbers of a parcel's step. step: NStep; signs change on even steps.
-Walk WALK_NUMBERS(RandomStream& random, bool debug, bool repeatable, int step);
+
+// The four numbers of a parcel's step. step: NStep; signs change on even steps. Each call seeds the
+// generator from the numbers before it: with `repeatable` the chain starts from zero seeds and
+// nothing else enters it, otherwise four fresh numbers go between.
+inline Walk WALK_NUMBERS(RandomStream& random, bool debug, bool repeatable, int step) {
+  std::array<float, 4>& r = random.RAND;
+  if (!random.FIXED) {
+    if (repeatable) {
+      random.FIXED = true;
+      r = {0.0f, 0.0f, 0.0f, 0.0f};
+    } else {
+      for (float& number : r) number = UNIFORM_NUMBER(random);
+    }
+  }
+  random.SEEDS = {static_cast<int>(r[3] * 1.0e6f * 1.0f), static_cast<int>(r[2] * 1.0e6f * 2.0f),
+                  static_cast<int>(r[1] * 1.0e6f * 3.0f), static_cast<int>(r[0] * 1.0e6f * 4.0f)};
+  seed_generator(random, random.SEEDS[0], random.SEEDS[1]);
+  for (float& number : r) number = UNIFORM_NUMBER(random);
+  if (debug) {
+    r = {0.0f, 0.0f, 0.0f, 0.0f};
+    return Walk{};
+  }
+  const float sign = step % 2 == 0 ? -1.0f : 1.0f;
+  return Walk{r[0], sign * ((r[1] - 0.5f) * 2.0f), sign * ((r[2] - 0.5f) * 2.0f),
+              sign * ((r[3] - 0.5f) * 2.0f)};
+}
 
 }  // namespace dfl

@@ -10,19 +10,49 @@
 namespace dfl {
 
 // Kinematic viscosity of water at a temperature in degrees C, m2/s.
-inline float VISCOSITY_T(float temperature) { return 4.0e-5f / (20.0f + temperature); }
+inline float VISCOSITY_T(float temperature) {
+  return 4.0e-5f / (20.0f + temperature);
+}
 
 struct WaveNumber {
   float k = 0.0f;  // 1/m
   float t = 0.0f;  // tanh(kh)
   float G = 0.0f;  // 2kh / sinh(2kh)
 };
-// h: depth, m; omega: angular frequency, 1/s.
-WaveNumber WAVE_NUMBER(float h, float omega);
+// Linear dispersion by an explicit approximation (after Hunt 1979). h: depth, m, above 0; omega:
+// angular frequency, 1/s.
+inline WaveNumber WAVE_NUMBER(float h, float omega) {
+  const float y = omega * omega * h / 9.8065f;
+  float kh;
+  if (y >= 1.0f) {
+    const float y2 = y * y, y3 = y2 * y;
+    const float P = (0.0864f * y2 + 0.4622f + 0.0675f * y3) * y3 + 0.6522f * y2 + y;
+    kh = y * std::sqrt(1.0f + 1.0f / P);
+  } else {
+    kh = std::sqrt(y) / (1.0f - y / 6.0f);
+  }
+  WaveNumber wave;
+  wave.k = kh / h;
+  wave.t = std::tanh(kh);
+  if (wave.t <= 0.0f) {
+    wave.G = 1.0f;  // long-wave limit
+  } else if (wave.t < 1.0f) {
+    wave.G = (1.0f / wave.t - wave.t) * kh;
+  }
+  return wave;
+}
 
-// Settling speed of a grain of size D (m), positive downward, m/s; negative for a grain lighter
-// than water.
-float FALL_VELOCITY(float nu, float rho, float rhos, float D);
+// Settling speed of a grain of size D (m), positive downward, m/s (Soulsby 1997); negative for a
+// grain lighter than water.
+inline float FALL_VELOCITY(float nu, float rho, float rhos, float D) {
+  if (rhos / rho <= 1.0f) return (rhos - rho) * 2180.0f * (D * D) * 0.25f;
+  if (D == 0.0f) return 0.0f;
+  const float Dstar = D * std::pow((rhos / rho - 1.0f) * 9.81f / (nu * nu), 1.0f / 3.0f);
+  if (Dstar >= 0.0672f) {
+    return nu / D * (std::sqrt(1.049f * (Dstar * Dstar * Dstar) + 107.33f) - 10.36f);
+  }
+  return 0.0077f * (Dstar * Dstar) * nu / D;
+}
 
 struct WaveFriction {
   float Dw = 0.0f, Dc = 0.0f;    // wave and current dissipation

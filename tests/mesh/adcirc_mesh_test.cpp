@@ -114,7 +114,7 @@ TEST(AdcircMeshDeathTest, BadFilesStopWithLineAndFault) {
   };
   const Case cases[] = {
       {"", "mesh.14:1: expected a line, found the end of the file"},
-      {"t\n", "mesh.14:2: expected an integer, found the end of the file"},
+      {"t\n", "mesh.14:1: expected an integer, found the end of the file"},
       {"t\n1\n", "expected an integer, found the end of the file"},
       {"t\n-1 3\n", "mesh.14:2: expected a number of elements of 1 or more, found -1"},
       {"t\n1 0\n", "mesh.14:2: expected a number of nodes of 1 or more, found 0"},
@@ -125,12 +125,12 @@ TEST(AdcircMeshDeathTest, BadFilesStopWithLineAndFault) {
       {"t\n1 3\n1 0 1e999 1\n", "mesh.14:3: expected a real number within its range"},
       {"t\n1 3\n1 0 0 1\n4 0 0 1\n", "mesh.14:4: expected node from 1 to 3, found 4"},
       {"t\n1 3\n1 0 0 1\n1 0 0 1\n", "mesh.14:4: second line of node 1"},
-      {"t\n1 3\n1 0 0 1\n2 1 0 1\n", "mesh.14:5: expected an integer, found the end"},
+      {"t\n1 3\n1 0 0 1\n2 1 0 1\n", "mesh.14:4: expected an integer, found the end"},
       {head + "2 3 1 2 3\n", "mesh.14:6: expected element from 1 to 1, found 2"},
       {head + "1 3 1 2 4\n", "mesh.14:6: expected node from 1 to 3, found 4"},
       {head + "1 3 0 2 3\n", "mesh.14:6: expected node from 1 to 3, found 0"},
       {"t\n2 3\n" + nodes + "1 3 1 2 3\n1 3 1 2 3\n", "mesh.14:7: second line of element 1"},
-      {body, "mesh.14:7: expected an integer, found the end of the file"},
+      {body, "mesh.14:6: expected an integer, found the end of the file"},
       {body + "-1\n", "mesh.14:7: expected a number of open boundaries of 0 or more, found -1"},
       {body + "1\n2\n2000000000\n1\n2\n",
        "mesh.14:9: 2000000000 boundary nodes cannot stand in a file of this size"},
