@@ -121,7 +121,7 @@ TEST(FindElement, GridMemoryStaysInProportion) {
     make_mesh(run, test::random_mesh(kind, 60, 60, 5));
     const auto elements = static_cast<std::size_t>(run.mesh.NUMelem);
     EXPECT_LE(run.mesh.grid.candidates.size(), 40 * elements) << test::name_of(kind);
-    EXPECT_LE(run.mesh.grid.cells.size(), 24 * elements) << test::name_of(kind);
+    EXPECT_LE(run.mesh.grid.cells.size(), 4 * elements) << test::name_of(kind);
   }
 }
 
