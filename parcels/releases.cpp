@@ -6,6 +6,7 @@
 #include "flow/vertical_profile.h"
 #include "mesh/find_element.h"
 #include "mesh/geometry.h"
+#include "mesh/polygon.h"
 #include "parcels/kinematics.h"
 #include "parcels/random_stream.h"
 #include "parcels/source_counts.h"
@@ -395,21 +396,7 @@ bool INPOLYm(float a, float b, const Array2<double>& position, int row, int vert
   const auto v = [&](int i) {
     return static_cast<float>(position(row, 3 * (i - 1) + axis_v) - static_cast<double>(b));
   };
-  bool inside = false;
-  for (int i = 1; i <= vertices; ++i) {
-    const int next = i == vertices ? 1 : i + 1;
-    const float u1 = u(i), v1 = v(i), u2 = u(next), v2 = v(next);
-    if ((v1 < 0.0f && v2 < 0.0f) || (u1 < 0.0f && u2 < 0.0f)) continue;
-    if (u1 >= 0.0f && u2 >= 0.0f) continue;
-    if (v1 >= 0.0f && v2 >= 0.0f) {
-      inside = !inside;
-      continue;
-    }
-    const float t = (v1 * u2 - v2 * u1) / (u2 - u1);
-    if (t == 0.0f) return true;
-    if (t > 0.0f) inside = !inside;
-  }
-  return inside;
+  return polygon_holds_origin(vertices, u, v);
 }
 
 }  // namespace dfl
