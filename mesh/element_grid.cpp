@@ -269,17 +269,20 @@ Corners corners_around(const MeshState& mesh, const Lattice& lattice, int column
 bool pack(const MeshState& mesh, const Lattice& lattice, int column, int row, const int* elements,
           std::size_t count, Cell& cell) {
   constexpr double largest_unit = 8191.0;  // differences of corners stay within 2 bytes
+  constexpr double farthest_of_all = largest_unit / (ElementGrid::cell_units >> coarsest_shift);
   std::array<Corners, ElementGrid::slots> corners;
   double farthest = 0.5;
   for (std::size_t k = 0; k < count; ++k) {
     corners[k] = corners_around(mesh, lattice, column, row, elements[k]);
-    for (double value : corners[k].x) farthest = std::max(farthest, std::abs(value));
-    for (double value : corners[k].y) farthest = std::max(farthest, std::abs(value));
+    for (const std::array<double, 3>& values : {corners[k].x, corners[k].y}) {
+      for (double value : values) {
+        if (!(std::abs(value) <= farthest_of_all)) return false;
+        farthest = std::max(farthest, std::abs(value));
+      }
+    }
   }
   int shift = 0;
-  while (farthest * (ElementGrid::cell_units >> shift) > largest_unit) {
-    if (++shift > coarsest_shift) return false;
-  }
+  while (farthest * (ElementGrid::cell_units >> shift) > largest_unit) ++shift;
   const double units = ElementGrid::cell_units >> shift;
   const auto in_units = [&](double value) {
     return static_cast<std::int16_t>(rounded_units(value, units));
@@ -315,7 +318,10 @@ void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, 
   lattice.wide = add_candidates(grid, draft.wide.data(), draft.wide.size());
   grid.lattices.push_back(lattice);
   grid.cells.resize(grid.cells.size() + draft.first.size() - 1);
-  const bool may_pack = mesh.NUMelem < 1 << ElementGrid::element_bits;
+  // Element numbers must leave room for the shift, and products of two lengths be ordinary numbers.
+  const double cells_per_area = lattice.columns_per_unit * lattice.rows_per_unit;
+  const bool may_pack = mesh.NUMelem < 1 << ElementGrid::element_bits &&
+                        cells_per_area > 1.0e-200 && cells_per_area < 1.0e200;
   std::size_t in_lattice = 0;
   for (int row = 0; row < lattice.rows; ++row) {
     for (int column = 0; column < lattice.columns; ++column, ++in_lattice) {
