@@ -283,9 +283,9 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
     if (set.wave_breaking && s.Db < 0.0f) s.tau = s.tau + std::max(-0.1f * s.Db / waves.Cg, 0.0f);
   }
   if (set.turbulent_shear) {
-    double g = 0.0;
-    if (!set.debug) g = std::min(std::max(draw_gauss(s.gauss, random), -6.0), 6.0);
-    const double f = std::min(std::max(s.DTsub * 0.05 * g, -0.4), 0.4);
+    float g = 0.0f;
+    if (!set.debug) g = held(static_cast<float>(draw_gauss(s.gauss, random)), -6.0f, 6.0f);
+    const double f = std::min(std::max(s.DTsub * 0.05 * static_cast<double>(g), -0.4), 0.4);
     s.tau = std::max(s.tau * (1.0f + static_cast<float>(f)), 0.0f);
   }
   // Grains smaller than the bed's hide, larger ones stand out (Egiazaroff 1965).
