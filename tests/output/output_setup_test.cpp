@@ -182,6 +182,15 @@ TEST(MapSetup, TecplotHeadHoldsTheStateBeforeTheFlow) {
   EXPECT_EQ(lines[8], "1 3 4");
 }
 
+TEST(MapSetup, ColumnsKeepTheDigitsOfConcentrations) {
+  RunState run;
+  run.settings.concentration_mapping = true;
+  run.output.CONCnode.allocate(1, 123456789.125);  // mg/m3; 4 bytes would give 123456792
+  const MapField& field = map_field(MapFieldId::concentration);
+  EXPECT_EQ(map_column_values(run, field, 1)[0], 123456789.125);
+  EXPECT_EQ(map_scalar(run, field.id, 1), 123456792.0f);
+}
+
 TEST(MapSetup, FieldsWithoutArraysCountAsZero) {
   const TemporaryFolder folder;
   RunState run;
