@@ -223,10 +223,13 @@ void time_loop(RunState& run) {
   const TrackFieldsOwner fields(make_track_fields());
   while (s.stop_run > run.clock.Tnow) {
     advance_clock(run.clock, s);
+    const double frame_before = run.flow.TIMEflow;
     if (s.currents) FLOW_ADVANCE(run);
     STEP_REPORT(run);
     if (s.population_record) WRITE_POPULATION_ROW(run);
-    const bool fields_changed = update_node_fields(run);
+    // A new frame changes the rise of the surface at once, also between two flow updates.
+    const bool frame_passed = run.flow.TIMEflow != frame_before;
+    const bool fields_changed = update_node_fields(run) || frame_passed;
     run.parcels.NUMnew = 0;
     if (s.no_parcels) continue;
     if (fields_changed) pack_track_fields(run, *fields);

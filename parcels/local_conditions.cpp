@@ -13,6 +13,7 @@ namespace dfl {
 namespace {
 
 constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees with pi as 3.14159
+constexpr float least_roughness = 0.01f;      // of VAN_RIJN, m
 
 // TAUCR_SOULSBY of a material denser than water whose grain_scale is known.
 float threshold_stress(float rho, float RHOs, float scale, float D) {
@@ -290,6 +291,8 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
   s.KSgrain = 3.0f * s.f[at_D90];
   s.KStotal = std::max(s.KSgrain, s.f[at_KS]);
   if (s.H < set.min_depth) return false;
+  // VAN_RIJN raises the roughness that it is given; velocities follow the raised one.
+  if (set.method.eulerian != EulerianMethod::pie) s.KStotal = std::max(s.KStotal, least_roughness);
 
   // Current and waves.
   find_water(run, fields, s);

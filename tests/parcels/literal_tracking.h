@@ -95,7 +95,8 @@ inline float stress_pie(const Working& s, float omega, float k, float Ax, float 
   return std::sqrt(along * along + across * across);
 }
 
-inline float stress_van_rijn(const RunState& run, const Parcel& parcel, const Working& s, float Ud,
+// Raises the roughness at the parcel to the least one of the formula.
+inline float stress_van_rijn(const RunState& run, const Parcel& parcel, Working& s, float Ud,
                              float phi) {
   VanRijnInput in;
   in.number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
@@ -117,7 +118,9 @@ inline float stress_van_rijn(const RunState& run, const Parcel& parcel, const Wo
   in.salinity = run.flow.UNIFORMsal ? run.settings.salinity * 1000.0f
                                     : at_height(run, s, s.height, 1, EndRule::hold, EndRule::hold,
                                                 run.flow.SALnode);
-  return VAN_RIJN(run.messages, in).max_stress;
+  const VanRijnResult result = VAN_RIJN(run.messages, in);
+  s.KStotal = result.kc;
+  return result.max_stress;
 }
 
 // Chance of a pick-up, 1/s.
@@ -137,8 +140,7 @@ inline float pickup(const RunState& run, const Parcel& parcel, const Working& s)
     theta_cr = parcel.TAUcr / gravity / (parcel.RHOs - s.rho) / parcel.D;
   } else {
     const float Dstar =
-        parcel.D *
-        std::pow((parcel.RHOs / s.rho - 1.0f) * gravity / (s.nu * s.nu), 1.0f / 3.0f);
+        parcel.D * std::pow((parcel.RHOs / s.rho - 1.0f) * gravity / (s.nu * s.nu), 1.0f / 3.0f);
     theta_cr = 0.3f / (1.0f + 1.2f * Dstar) + 0.055f * (1.0f - std::exp(-0.02f * Dstar));
   }
   const float rate = PICKUP_RATE(parcel.RHOs, s.rho, s.nu, theta, theta_cr, parcel.D);
@@ -236,8 +238,7 @@ inline bool LOCAL_CONDITIONS(const RunState& run, const Parcel& parcel, Working&
   if (set.turbulent_shear) {
     float g = 0.0f;
     if (!set.debug) g = held(static_cast<float>(GAUSS_NUMBER(random)), -6.0f, 6.0f);
-    const double f =
-        std::min(std::max(s.DTsub * 0.05 * static_cast<double>(g), -0.4), 0.4);
+    const double f = std::min(std::max(s.DTsub * 0.05 * static_cast<double>(g), -0.4), 0.4);
     s.tau = std::max(s.tau * (1.0f + static_cast<float>(f)), 0.0f);
   }
   if (s.DORMANT == logical_true && set.hiding_exposure) {
@@ -795,7 +796,7 @@ inline int settle_element(const RunState& run, const Working& s, double& x, doub
       status = lost_off_mesh;
       return 0;
     }
-    x = x + 0.01 * static_cast<double>(std::sqrt(mesh.AREAelem(e0)));
+    x = x + static_cast<double>(0.01f * std::sqrt(mesh.AREAelem(e0)));
   }
 }
 
