@@ -35,6 +35,10 @@ class Id {
 // 0, or hyfs_io_error for a failed HDF5 call.
 inline int status_of(std::int64_t result) { return result < 0 ? hyfs_io_error : 0; }
 
+// Writing through a driver of our own, which puts nothing that is reachable out of order; see
+// hyfs_driver.cpp.
+int use_ordered_driver(hid_t access_list);
+
 // ---- attributes: fixed-length text, 4-byte integers, 8-byte and 4-byte reals ----
 bool has_attribute(hid_t object, const char* name);
 int write_text(hid_t object, const char* name, const std::string& text);  // nothing when empty
@@ -66,8 +70,6 @@ int place_below(hid_t parent, const std::string& path, Place& place);
 int set_group_form(hid_t list);
 Id create_group(hid_t parent, const std::string& name);
 int link_object(hid_t object, hid_t group, const std::string& name);
-// Free room in the header of an object, for attributes that grow later.
-int keep_room(hid_t object, std::size_t bytes);
 
 // ---- datasets ----
 struct Shape {
