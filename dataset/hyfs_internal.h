@@ -103,7 +103,9 @@ constexpr const char* pure_dimension = "This is a netCDF dimension but not a net
 int make_scale(hid_t dataset, const std::string& name);
 bool is_scale(hid_t dataset);
 bool is_pure_dimension(hid_t scale);
-int attach_scales(hid_t dataset, const std::vector<hid_t>& scales);
+// With `noted` each scale lists the dataset among those that use it. Without, the scale stays as it
+// is, and tools see the attachment on the side of the dataset alone.
+int attach_scales(hid_t dataset, const std::vector<hid_t>& scales, bool noted = true);
 Id scale_of(hid_t dataset, int axis);  // not good() if there is none
 Id create_dimension(hid_t file, const std::string& name, hsize_t length, bool growing);
 

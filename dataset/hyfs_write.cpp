@@ -176,7 +176,9 @@ int create_series(const Plan& plan, const HyfsDatasetInfo& info, const std::stri
   dataset = create_dataset(plan.file.get(), "", H5T_IEEE_F32LE, size, max, storage);
   if (!dataset.good()) return hyfs_io_error;
   int status = write_series_attributes(dataset.get(), plan, info, long_name, storage.fill, code);
-  if (status >= 0) status = attach_scales(dataset.get(), scales);
+  // A constant comes when the frames are there. A growing list of its scale would free a piece of
+  // its header, the new dataset would take that, and it would then be written out of order.
+  if (status >= 0) status = attach_scales(dataset.get(), scales, !plan.constant);
   return status < 0 ? status : link_series(plan, dataset.get());
 }
 
