@@ -1,8 +1,9 @@
 #include "control/messages.h"
 
-#include <array>
 #include <cstdarg>
 #include <cstdlib>
+
+#include "control/text_tools.h"
 
 namespace dfl {
 
@@ -67,13 +68,6 @@ void report(const MessageState& messages, bool fatal, const std::string& tail) {
   if (fatal) stop_run(messages, true);
 }
 
-std::string columns6(int i) {
-  std::array<char, 16> field;
-  std::snprintf(field.data(), field.size(), "%6d", i);
-  // An integer wider than its field shows as stars.
-  return std::string(field.data()).size() > 6 ? "******" : field.data();
-}
-
 }  // namespace
 
 void REPORT(const MessageState& messages, bool fatal, std::string_view text) {
@@ -81,11 +75,11 @@ void REPORT(const MessageState& messages, bool fatal, std::string_view text) {
 }
 
 void REPORT_INT(const MessageState& messages, bool fatal, std::string_view text, int i) {
-  report(messages, fatal, std::string(text) + columns6(i));
+  report(messages, fatal, std::string(text) + columns(i, 6));
 }
 
 void REPORT_INT2(const MessageState& messages, bool fatal, std::string_view text, int i, int j) {
-  report(messages, fatal, std::string(text) + columns6(i) + columns6(j));
+  report(messages, fatal, std::string(text) + columns(i, 6) + columns(j, 6));
 }
 
 void REPORT_CODE(const MessageState& messages, bool fatal, std::string_view text, int status) {
@@ -104,7 +98,7 @@ void stop_run(const MessageState& messages, bool failed) {
 
 std::FILE* open_error_file(const MessageState& messages) {
   if (messages.error_file == nullptr) {
-    messages.error_file = std::fopen((messages.output_prefix + ".err").c_str(), "w");
+    messages.error_file = open_file(messages.output_prefix + ".err", "w");
   }
   return messages.error_file;
 }

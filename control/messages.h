@@ -13,11 +13,11 @@ namespace dfl {
 struct MessageState {
   std::FILE* console_out = stdout;
   std::FILE* console_in = stdin;
-  bool HOSTEDmode = false;         // a host application reads the console; nothing waits for a key
-  bool exit_code = false;          // option --exit-code: a failed run ends with status 1, not 0
-  std::string output_prefix = "DFL";         // of the ".err" file; the program name until known
-  mutable std::FILE* error_file = nullptr;   // prefix + ".err", opened at the first message
-  std::FILE* echo_file = nullptr;            // prefix + ".input", the run's echo and log file
+  bool HOSTEDmode = false;  // a host application reads the console; nothing waits for a key
+  bool exit_code = false;   // option --exit-code: a failed run ends with status 1, not 0
+  std::string output_prefix = "DFL";        // of the ".err" file; the program name until known
+  mutable std::FILE* error_file = nullptr;  // prefix + ".err", opened at the first message
+  std::FILE* echo_file = nullptr;           // prefix + ".input", the run's echo and log file
 };
 
 // "ERROR: " or "WARNING: " and the text, on the error file and on the console. Outside hosted mode

@@ -2,6 +2,8 @@
 
 // Run time and calendar. Run times are seconds since 1 January of the reference year, 8 bytes.
 
+#include <string>
+
 #include "control/run_state.h"
 
 namespace dfl {
@@ -15,5 +17,9 @@ double SNAP_TIME(double time, double start);
 void STEP_REPORT(RunState& run);
 
 Date wall_clock();
+
+// "YYYY/MM/DD" and "HH:MM:SS", zero filled.
+std::string day_text(const Date& date);
+std::string time_text(const Date& date);
 
 }  // namespace dfl

@@ -25,7 +25,7 @@ struct FlowState {
   Array<float> Hnode;                    // total depth at Tnow, m
   Array2<float> Uold, Unew, Unode;       // m/s, levels 0 to NUMlayers
   Array2<float> Vold, Vnew, Vnode;
-  Array2<float> Wold, Wnew, Wnode;  // m/s, levels 1 to NUMlayers; 3-D only
+  Array2<float> Wold, Wnew, Wnode;        // m/s, levels 1 to NUMlayers; 3-D only
   Array2<float> DENold, DENnew, DENnode;  // kg/m3
   Array2<float> SALold, SALnew, SALnode;  // parts per thousand
   Array2<float> TEMold, TEMnew, TEMnode;  // degrees C
@@ -42,7 +42,7 @@ struct FlowState {
   double TIMEearliest = 0.0;  // first run time covered: TIMEfirst - dTime
   double TIMElast = 0.0;      // last run time covered
   double TIMEold = 0.0;       // of the older frame in hand; equal to TIMEflow until two are read
-  int FRAMEflow = 0;          // index of the newest frame, dataset files
+  int FRAMEflow = 0;          // index of the newest frame
   Array<double> TIMESflow;    // time of each frame without start_flow
   double TIMEbottom = 0.0;
   int FRAMEbottom = 0;
@@ -50,9 +50,9 @@ struct FlowState {
 
   // Open text files.
   std::unique_ptr<TextReader> elevation_file, velocity_file, scalar_file, bottom_file;
-  double frame_time = 0.0;  // time of the frame read last, as in the file, s
-  int frame_step = 0;       // model step of the frame read last
-  bool scalars_checked = false;  // the first density frame has been looked at
+  double frame_time = 0.0;          // time of the frame read last, as in the file, s
+  int frame_step = 0;               // model step of the frame read last
+  bool scalars_checked = false;     // the first density frame has been looked at
   bool density_is_sigma_t = false;  // density fields hold kg/m3 above 1000
 };
 

@@ -10,4 +10,7 @@ namespace dfl {
 // them and adds them to it; closes the file.
 void MESH_BOUNDARIES(RunState& run);
 
+// Sets NUMpts of a boundary from its NODES, and SLOPE and ICEPT of its segments.
+void set_boundary_lines(const MeshState& mesh, Boundary& boundary);
+
 }  // namespace dfl

@@ -29,15 +29,42 @@ struct ElementBoundaries {
   std::array<int, 3> SEG{};  // first point of the segment in the boundary's NODES
 };
 
-// Search grid over the plane for FIND_ELEMENT: each cell lists the elements whose bounding boxes
-// meet it, in SORTxmin order. Built by BUILD_ELEMENT_GRID (mesh/find_element.h).
+// Search grid over the plane for FIND_ELEMENT. A lattice of cells covers the mesh; a cell that many
+// elements meet has a finer lattice of its own, so that meshes with small elements in a corner of a
+// large domain are searched as fast as even ones. Built by BUILD_ELEMENT_GRID
+// (mesh/find_element.h).
 struct ElementGrid {
+  static constexpr int slots = 8;
+  static constexpr std::int16_t cell_units = 4096;  // side of a cell in the units of its corners
+  static constexpr int element_bits = 27;           // of element[0]; the shift stands above
+  // The elements that meet a cell, in SORTxmin order, with their corners rounded to 1/4096 of the
+  // cell around its middle (or coarser: shifted right), enough to tell inside from outside but for
+  // points close to an edge. Two cache lines; a search seldom needs more.
+  struct alignas(128) Cell {
+    std::array<std::int16_t, slots> x1{}, y1{}, x2{}, y2{}, x3{}, y3{};
+    std::array<std::int32_t, slots> element{};  // element[0] below 0: -1 - place in `others`
+  };
+  // A run of entries of `candidates`, in SORTxmin order.
+  struct List {
+    int first = 0;
+    int count = 0;  // finer_lattice: `first` is the number of a lattice
+  };
+  static constexpr int finer_lattice = -1;
+  struct Lattice {
+    double x_origin = 0.0, y_origin = 0.0;
+    double columns_per_unit = 0.0, rows_per_unit = 0.0;
+    int columns = 1, rows = 1;
+    int first_cell = 0;  // in `cells`, row after row
+    List wide;           // elements that would fill too many cells: candidates in every cell
+  };
+
   bool built = false;
-  double x_origin = 0.0, y_origin = 0.0;
-  double cell_width = 1.0, cell_height = 1.0;  // mesh units
-  int columns = 0, rows = 0;
-  std::vector<std::int64_t> first;  // columns * rows + 1 entries
-  std::vector<int> ranks;           // positions in SORTxmin, ascending in a cell
+  double x_min = 0.0, x_max = 0.0, y_min = 0.0, y_max = 0.0;  // of all elements
+  std::vector<Lattice> lattices;                              // the first covers the mesh
+  std::vector<Cell> cells;
+  std::vector<List> others;     // cells that are finer lattices or have too many or large elements
+  std::vector<int> candidates;  // elements
+  std::vector<int> place;  // of each element in SORTxmin, from 1; only if a lattice has wide ones
 };
 
 struct MeshState {
@@ -66,6 +93,11 @@ struct MeshState {
   Array<Boundary> OPENbnd, LANDbnd;
   Array<Logical> LANDelem, OPENelem;  // the element touches such a boundary
   Array<ElementBoundaries> LANDrefs, OPENrefs;
+
+  // Telescoping grids only: the cell each element came from, 0 for none, and the nodes in the
+  // middle of the north, east, south and west side of each cell (columns 1 to 4), 0 for none.
+  Array<int> ELcell;
+  Array2<int> CELLcorners;
 
   bool NEIGHnew = false;                // the neighbour file is being rewritten in this run
   std::FILE* neighbour_file = nullptr;  // open between MESH_NEIGHBOURS and MESH_BOUNDARIES

@@ -6,6 +6,8 @@
 
 namespace dfl {
 
+// Floats that each parcel keeps in VECstore: 3 with flow_output, plus 2 with residence_calc.
+int vec_length(const Settings& settings);
 // Allocates all arrays for NUMparcels; run.traps.NUMtraps need not be known yet.
 void allocate_population(RunState& run);
 void PARCEL_INIT(RunState& run);

@@ -12,7 +12,8 @@ void RELEASE_LINE(RunState& run);
 void RELEASE_AREA(RunState& run);
 
 enum class Plane { xy, xz, yz };
-// Point (a, b) of a plane in the polygon of a row of an area source; a point on an edge is inside.
+// Point (a, b) of a plane in the polygon of a row of an area source, by a count of crossings. A
+// point on a slanted edge is inside; on edges along the axes those at the right and at the top are.
 bool INPOLYm(float a, float b, const Array2<double>& position, int row, int vertices, Plane plane);
 
 }  // namespace dfl

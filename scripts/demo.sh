@@ -10,7 +10,7 @@ cmake --build --preset release -j "$(nproc)" --target dfl
 cd examples/inlet
 ../../build/dfl inlet.pcf --exit-code < /dev/null
 if command -v python3 > /dev/null; then
-  python3 ../../scripts/plot_tracks.py data/mesh.14 inlet_paths.plt inlet_tracks.svg --every 20
+  python3 ../../scripts/plot_tracks.py data/mesh.14 inlet_particles.plt inlet_tracks.svg --every 20
 fi
 
 cat <<'TEXT'

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Draws parcel tracks over the mesh as an SVG picture; needs nothing but Python.
 
-usage: plot_tracks.py MESH.14 PREFIX_paths.plt OUT.svg [--every N] [--box xmin ymin xmax ymax]
+usage: plot_tracks.py MESH.14 PREFIX_particles.plt OUT.svg [--every N] [--box xmin ymin xmax ymax]
 
 Water is shaded by depth, land is grey, each source has a colour, and a dot marks where a parcel was
 last. Parcels that left the mesh or died keep their track.
@@ -25,31 +25,26 @@ def read_mesh(path):
 
 
 def read_tracks(path):
-    """Yields (source, [(x, y), ...]) for each parcel."""
+    """Returns {id: (source, [(x, y), ...])} from the frames of a Tecplot parcel file."""
+    tracks = {}
     with open(path) as f:
         names = f.readline().split('"')[1::2]
+        id_column = names.index("ID")
         source_column = names.index("SOURCE") if "SOURCE" in names else None
-        rows, source = [], 0
         for line in f:
-            if line.startswith("ZONE"):
-                if rows:
-                    yield source, rows
-                rows = []
-                continue
             p = line.split()
-            if len(p) < 3:
+            if line.startswith("ZONE") or len(p) < len(names):
                 continue
+            source = int(float(p[source_column])) if source_column is not None else 0
+            rows = tracks.setdefault(int(float(p[id_column])), (source, []))[1]
             rows.append((float(p[0]), float(p[1])))
-            if source_column is not None:
-                source = int(float(p[source_column]))
-        if rows:
-            yield source, rows
+    return tracks
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("mesh")
-    parser.add_argument("paths")
+    parser.add_argument("particles")
     parser.add_argument("out")
     parser.add_argument("--every", type=int, default=10, help="draw every Nth parcel")
     parser.add_argument("--box", type=float, nargs=4, help="xmin ymin xmax ymax, mesh units")
@@ -77,8 +72,8 @@ def main():
         points = " ".join(place(c[0], c[1]) for c in corners)
         out.append(f'<polygon points="{points}" fill="{colour}" stroke="{colour}" stroke-width=".5"/>')
     colours = {}
-    for i, (source, rows) in enumerate(read_tracks(o.paths)):
-        if i % o.every:
+    for number, (source, rows) in sorted(read_tracks(o.particles).items()):
+        if number % o.every:
             continue
         colour = colours.setdefault(source, COLOURS[len(colours) % len(COLOURS)])
         points = " ".join(place(x, y) for x, y in rows)

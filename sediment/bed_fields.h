@@ -3,14 +3,12 @@
 // What the water does to the bed at every node, once a bed update.
 
 #include "control/run_state.h"
+#include "sediment/bedforms.h"
 
 namespace dfl {
 
+// Fills USTAR, TAUbed, KSnode, BEDFORMnode, MOBILITYnode, QSED and DZDT of the nodes and BEDrate of
+// the elements from the flow and waves at Tnow.
 void BED_FIELDS(RunState& run);
-
-float BEDFORM_HEIGHT(float stage, float h, float D50);  // m
-float BEDFORM_RATE(float rhos, float rho, float nu, float THETA, float THETAcr, float D50);  // m/s
-float RIPPLE_ROUGHNESS(float rho, float rhos, float D50, float omega, float Aw);  // m
-float SLOPE_FACTOR(float slope, float friction_angle);  // slope in radians, angle in degrees
 
 }  // namespace dfl

@@ -1,6 +1,20 @@
 #pragma once
 
-// Grain sizes of the bed before any parcel arrives, in metres at every node.
+// Grain sizes of the bed before any parcel arrives, in metres at every node. Files give sizes in
+// millimetres; a negative D90 marks a hard bottom and is its roughness height.
+//
+// Form "adcirc", free format:
+//
+//   record     items                        repeats
+//   title      any                          1
+//   counts     NE, NP                       1; NE of 0 is not compared with the mesh
+//   node       n, x, y, D35, D50, D90       NP, in any order
+//
+// Form "kfe":
+//
+//   title      any                          1
+//   count      records                      1
+//   node       n, D35, D50, D90             as counted; other nodes take the mean of these
 
 #include "control/run_state.h"
 

@@ -13,16 +13,16 @@ struct SedimentState {
   bool UNIFORMbed = false;
 
   // Bed fields, per node, kept between two updates.
-  Array<float> USTAR;         // current shear velocity, m/s
-  Array<float> TAUbed;        // maximum bed shear stress, Pa
-  Array<float> KSnode;        // total bed roughness, m
-  Array<float> KSgrainnode;   // grain roughness 3 D90, m
-  Array<float> BEDFORMnode;   // bedform height or roughness, m
-  Array<float> MOBILITYnode;  // stress over critical stress
-  Array<float> QSED;          // transport rate, kg/m/s
-  Array<float> DZDT;          // rate of bed level change, m/s, positive rising
+  Array<float> USTAR;                 // current shear velocity, m/s
+  Array<float> TAUbed;                // maximum bed shear stress, Pa
+  Array<float> KSnode;                // total bed roughness, m
+  Array<float> KSgrainnode;           // grain roughness 3 D90, m
+  Array<float> BEDFORMnode;           // bedform height or roughness, m
+  Array<float> MOBILITYnode;          // stress over critical stress
+  Array<float> QSED;                  // transport rate, kg/m/s
+  Array<float> DZDT;                  // rate of bed level change, m/s, positive rising
   Array<float> BEDslopeX, BEDslopeY;  // rising toward +x, +y is positive; with slope_effects
-  Array<float> BEDrate;       // per element, rate of bed change, m/s
+  Array<float> BEDrate;               // per element, rate of bed change, m/s
 
   // Latches of the Lund formulas: a first current, first waves have been seen in this run.
   bool lund_current_seen = false, lund_waves_seen = false;
@@ -30,10 +30,10 @@ struct SedimentState {
 
   // Moving bed, per node. DEPTHstart and BEDlevel exist with morphology, active_morphology or
   // adjust_currents.
-  Array<float> DEPTHstart;   // depth at the start of the run, m
-  Array<float> BEDlevel;     // the bed as mapped, m, positive down
-  Array<double> BEDchange;   // cumulative change, m, positive rising
-  Array<float> ELEMwork;     // per element
+  Array<float> DEPTHstart;  // depth at the start of the run, m
+  Array<float> BEDlevel;    // the bed as mapped, m, positive down
+  Array<double> BEDchange;  // cumulative change, m, positive rising
+  Array<float> ELEMwork;    // per element
 };
 
 }  // namespace dfl

@@ -10,13 +10,13 @@
 namespace dfl {
 
 struct VanRijnInput {
-  int number = 0;      // node or point, for the message
-  float h = 0.0f;      // depth, m
-  float U = 0.0f;      // depth-averaged speed, m/s
-  float Vr = 0.0f;     // cross drift; 9.0 asks for the value computed here
-  float Ud = 0.0f;     // near-bed drift; 9.0 likewise
-  float H = 0.0f, T = 0.0f;  // wave height, m, and period, s; T below 1: no waves
-  float phi = 0.0f;          // angle between waves and current
+  int number = 0;                           // node or point, for the message
+  float h = 0.0f;                           // depth, m
+  float U = 0.0f;                           // depth-averaged speed, m/s
+  float Vr = 0.0f;                          // cross drift; 9.0 asks for the value computed here
+  float Ud = 0.0f;                          // near-bed drift; 9.0 likewise
+  float H = 0.0f, T = 0.0f;                 // wave height, m, and period, s; T below 1: no waves
+  float phi = 0.0f;                         // angle between waves and current
   float D50 = 0.0f, D90 = 0.0f, Ds = 0.0f;  // m
   float kc = 0.0f, kw = 0.0f;               // current and wave roughness, m; floor 0.01
   float temperature = 0.0f;                 // degrees C
@@ -40,5 +40,7 @@ struct VanRijnResult {
 
 // A depth of 0 or less stops the run.
 VanRijnResult VAN_RIJN(const MessageState& messages, const VanRijnInput& in);
+// max_stress of VAN_RIJN alone, for callers at every parcel: no profile, no wave cycle.
+float VAN_RIJN_STRESS(const MessageState& messages, const VanRijnInput& in);
 
 }  // namespace dfl

@@ -1,0 +1,163 @@
+#include "parcels/displacement.h"
+
+#include <cmath>
+
+#include "parcels/local_conditions.h"
+
+namespace dfl {
+
+namespace {
+
+constexpr float gradient_step = 0.01f;  // m
+
+// Speed of the walk at diffusivity E (m2/s): uniform numbers on [-1, 1) give a variance of 2 E dt.
+float walk_scale(float E, double dt) {
+  return static_cast<float>(std::sqrt(6.0 * static_cast<double>(E) / dt));
+}
+
+// Vertical walk: drift up the gradient of the diffusivity, and scatter, m.
+double vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s, float factor) {
+  const auto Ev = [&](float z) { return EV_VERTICAL(set, s.H, z, s.su, factor); };
+  const float h0 = s.h0, top = s.H - gradient_step;
+  const float Ev0 = Ev(h0);
+  float gradient = 0.0f;
+  if (gradient_step < h0 && h0 < top) {
+    gradient = (Ev(h0 + gradient_step) - Ev(h0 - gradient_step)) / (2.0f * gradient_step);
+  } else if (h0 <= gradient_step && h0 <= top) {
+    gradient = (Ev(h0 + gradient_step) - Ev0) / gradient_step;
+  } else if (h0 >= gradient_step && h0 >= top) {
+    gradient = (Ev0 - Ev(h0 - gradient_step)) / gradient_step;
+  }
+  return static_cast<double>(gradient + s.walk.w4 * walk_scale(Ev0, fields.dt8)) * fields.dt8;
+}
+
+// Adds current and walk in the plane, m.
+void plane_displacement(const Settings& set, const TrackFields& fields, const Stage& s,
+                        float factor, double& dx, double& dy) {
+  const double dt = fields.dt8;
+  double rx = 0.0, ry = 0.0;
+  if (!set.no_random_walk) {
+    const float Et = ET_HORIZONTAL(set, s.H, s.ustar, factor);
+    const float sh = Et == set.etmin ? fields.sh_etmin : walk_scale(Et, fields.dt8);
+    rx = static_cast<double>(s.walk.w2 * sh) * dt;
+    ry = static_cast<double>(s.walk.w3 * sh) * dt;
+  }
+  dx = static_cast<double>(s.u * s.fr) * dt + rx;
+  dy = static_cast<double>(s.v * s.fr) * dt + ry;
+}
+
+// A parcel on the bed: it stays or is picked up. `absolute` and the start are set already.
+void leave_bed(const RunState& run, const TrackFields& fields, const Parcel& parcel, Stage& s,
+               RandomStream& random) {
+  const Settings& set = run.settings;
+  const AdvectionMethod advection = fields.advection;
+  if (advection == AdvectionMethod::d2) return;
+  const bool picked = static_cast<double>(s.walk.w1) < static_cast<double>(s.Pu) * fields.dt8;
+  if (advection == AdvectionMethod::d3) {
+    if (!picked && set.bed_interaction) return;
+    if (set.debug) {
+      s.dz = static_cast<double>(s.hc);
+    } else if (parcel.Ws > 0.0f) {
+      s.dz = static_cast<double>(ROUSE_HEIGHT(random, s.ustar, parcel.Ws, s.KStotal) * s.H);
+    }
+  } else {
+    if (!picked) return;
+    s.dz = static_cast<double>(s.hc);
+  }
+  double dx = 0.0, dy = 0.0;
+  plane_displacement(set, fields, s, breaking_factor(set, s.Db, s.Hw), dx, dy);
+  s.dx = s.Xs + dx;
+  s.dy = s.Ys + dy;
+}
+
+}  // namespace
+
+float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) {
+  const float r = UNIFORM_NUMBER(random);
+  for (int i = 0; i < 3; ++i) UNIFORM_NUMBER(random);  // the stream goes on by four
+  const float ratio = ustar / Ws;
+  float F = 0.0f;  // share of the load in suspension
+  if (ratio >= 1.0e6f) {
+    F = 1.0f;
+  } else if (ratio > 1.0e-6f) {
+    F = 0.5f * std::tanh(1.3f * (std::log(ratio) - 0.3f)) + 0.5f;
+  }
+  if (F <= 0.0f) return held(a * r, 0.0f, 1.0f);
+
+  const float Z = (Ws / 0.4f) / ustar;  // Rouse number
+  const auto level = [&](int i) {
+    const float x = static_cast<float>(i) / 50.0f;
+    const float square = x * x;
+    return square * square + a;
+  };
+  const auto g = [&](float z) { return std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z); };
+  // The 51st level is above 1 for every a that is a height.
+  constexpr int most_levels = 51;
+  if (r < 1.0f - F) return a * r;
+  float S = 0.0f;
+  float below = level(0), g_below = g(below);
+  for (int i = 1; i <= most_levels; ++i) {
+    const float z = level(i);
+    if (z > 1.0f) break;
+    const float g_here = g(z);
+    S = S + 0.5f * (g_below + g_here) * (z - below);
+    below = z;
+    g_below = g_here;
+  }
+  const float T = S / F;
+  float C = (1.0f - F) * T;
+  below = level(0);
+  g_below = g(below);
+  for (int i = 1; i <= most_levels; ++i) {
+    const float z = level(i);
+    if (z > 1.0f) return 1.0f;
+    const float g_here = g(z);
+    C = C + 0.5f * (g_below + g_here) * (z - below);
+    if (C / T > r) return z;
+    below = z;
+    g_below = g_here;
+  }
+  return 1.0f;
+}
+
+void DISPLACEMENT(const RunState& run, const TrackFields& fields, const Parcel& parcel, Stage& s,
+                  RandomStream& random) {
+  const Settings& set = run.settings;
+  const AdvectionMethod advection = fields.advection;
+  s.absolute = false;
+  if (s.hs > s.H) s.h0 = s.H;
+  if (advection == AdvectionMethod::d2 && s.MOBILITY < 1.0f) {
+    s.dx = s.Xs;
+    s.dy = s.Ys;
+    s.dz = static_cast<double>(s.hc);
+    s.absolute = true;
+    s.status = 1;
+    return;
+  }
+  if (is_true(s.DORMANT)) {
+    s.dx = s.Xs;
+    s.dy = s.Ys;
+    s.dz = static_cast<double>(s.h0);
+    s.absolute = true;
+    leave_bed(run, fields, parcel, s, random);
+    return;
+  }
+
+  const float factor = breaking_factor(set, s.Db, s.Hw);
+  double dx = 0.0, dy = 0.0;
+  plane_displacement(set, fields, s, factor, dx, dy);
+  s.dx = dx;
+  s.dy = dy;
+  if (advection == AdvectionMethod::d2) {
+    s.dz = static_cast<double>(s.hc);
+    return;
+  }
+  const double rz = set.no_random_walk ? 0.0 : vertical_walk(set, fields, s, factor);
+  // A grain that moves below the centre of motion is drawn up to it.
+  const bool drawn_up = advection == AdvectionMethod::q3d && parcel.RHOs > s.rho &&
+                        !(s.MOBILITY < 1.0f) && !(s.hc <= s.h0);
+  const float rise = drawn_up ? s.w + parcel.Ws : s.w - parcel.Ws;
+  s.dz = static_cast<double>(rise) * fields.dt8 + rz;
+}
+
+}  // namespace dfl

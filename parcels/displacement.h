@@ -1,0 +1,34 @@
+#pragma once
+
+// How far a parcel goes in a step: current, settling, turbulence, and the bed.
+
+#include "parcels/track_stage.h"
+
+namespace dfl {
+
+// Factor of breaking waves on the diffusivities. Db: dissipation, Hw: wave height, m.
+inline float breaking_factor(const Settings& set, float Db, float Hw) {
+  if (!set.wave_breaking) return 1.0f;
+  return Db >= 0.0f ? 1.0f + Db * set.kew * Hw : 1.0f + set.kew * Hw;
+}
+
+// Eddy diffusivities, m2/s (Elder 1959). factor: breaking_factor.
+inline float ET_HORIZONTAL(const Settings& set, float H, float ustar, float factor) {
+  if (set.ket <= 0.0f) return 0.0f;
+  return std::max(set.ket * H * ustar * factor, set.etmin);
+}
+inline float EV_VERTICAL(const Settings& set, float H, float z, float speed, float factor) {
+  if (set.kev <= 0.0f) return 0.0f;
+  const float t = (H - z) * z;
+  return std::max(set.kev * speed * (t * t) / (H * H * H) * factor, set.evmin);
+}
+
+// A height in the profile of a suspended grain (Rouse 1937) as a fraction of the depth. a: where
+// the profile begins.
+float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a);
+
+// Displacement of a stage for the full time step, or a position where the parcel lies on the bed.
+void DISPLACEMENT(const RunState& run, const TrackFields& fields, const Parcel& parcel, Stage& s,
+                  RandomStream& random);
+
+}  // namespace dfl

@@ -1,0 +1,165 @@
+#include "mesh/find_element.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "mesh/geometry.h"
+#include "mesh/literal_search.h"
+#include "mesh/random_mesh.h"
+
+namespace dfl {
+namespace {
+
+void make_mesh(RunState& run, const test::MeshLists& lists) {
+  test::quiet(run, "unused");
+  test::set_mesh(run, lists.nodes, lists.elements);
+  MESH_GEOMETRY(run);
+}
+
+// Points in general place, on nodes, on edges, within a hair of edges and beside the mesh.
+std::vector<std::pair<double, double>> trial_points(const MeshState& mesh, unsigned seed) {
+  std::mt19937 random(seed);
+  std::vector<std::pair<double, double>> points;
+  std::uniform_int_distribution<int> element(1, mesh.NUMelem);
+  std::uniform_real_distribution<double> part(-0.2, 1.2);
+  for (int i = 0; i < 300; ++i) {
+    const int e = element(random);
+    const int a = mesh.ELnode1(e), b = mesh.ELnode2(e), c = mesh.ELnode3(e);
+    const double r = part(random), s = part(random);
+    points.emplace_back(mesh.Xnode(a), mesh.Ynode(a));
+    points.emplace_back(0.5 * (mesh.Xnode(a) + mesh.Xnode(b)),
+                        0.5 * (mesh.Ynode(a) + mesh.Ynode(b)));
+    points.emplace_back(mesh.Xnode(b) + r * (mesh.Xnode(c) - mesh.Xnode(b)),
+                        mesh.Ynode(b) + r * (mesh.Ynode(c) - mesh.Ynode(b)));
+    points.emplace_back(points.back().first + 1e-5 * s * (mesh.Xnode(a) - mesh.Xnode(b)),
+                        points.back().second + 1e-5 * s * (mesh.Ynode(a) - mesh.Ynode(b)));
+    points.emplace_back(
+        mesh.Xnode(a) + r * (mesh.Xnode(b) - mesh.Xnode(a)) + s * (mesh.Xnode(c) - mesh.Xnode(a)),
+        mesh.Ynode(a) + r * (mesh.Ynode(b) - mesh.Ynode(a)) + s * (mesh.Ynode(c) - mesh.Ynode(a)));
+  }
+  return points;
+}
+
+void compare_with_walk(RunState& run, const std::string& what) {
+  int found = 0;
+  for (const auto& [x, y] : trial_points(run.mesh, 11)) {
+    const int expected = test::literal_find_element(run.mesh, x, y);
+    ASSERT_EQ(FIND_ELEMENT(run.mesh, x, y), expected) << what << " at " << x << ' ' << y;
+    found += expected != 0 ? 1 : 0;
+  }
+  EXPECT_GT(found, 300) << what;
+}
+
+// Sizes from one cell to many; in place, and in coordinates of metres far from their origin.
+TEST(FindElement, GridGivesTheElementOfTheWalk) {
+  const std::pair<int, int> sizes[] = {{1, 1}, {3, 2}, {9, 14}, {40, 25}};
+  for (test::MeshKind kind : test::all_mesh_kinds) {
+    for (const auto& [columns, rows] : sizes) {
+      for (double offset : {0.0, 4.0e6}) {
+        RunState run;
+        test::MeshLists lists = test::random_mesh(kind, columns, rows, 7);
+        for (test::TestNode& node : lists.nodes) node.x += offset, node.y += 0.1 * offset;
+        make_mesh(run, lists);
+        compare_with_walk(run, std::string(test::name_of(kind)) + " " + std::to_string(columns) +
+                                   " by " + std::to_string(rows));
+      }
+    }
+  }
+}
+
+// Lengths whose products are no ordinary numbers.
+TEST(FindElement, MeshesOfExtremeSizeAreSearchedAsInTheWalk) {
+  for (double scale : {1.0e-170, 1.0e-110, 1.0e100, 1.0e160}) {
+    RunState run;
+    test::MeshLists lists = test::random_mesh(test::MeshKind::irregular, 9, 14, 7);
+    for (test::TestNode& node : lists.nodes) node.x *= scale, node.y *= scale;
+    test::quiet(run, "unused");
+    test::set_mesh(run, lists.nodes, lists.elements);
+    MeshState& mesh = run.mesh;
+    for (int e = 1; e <= mesh.NUMelem; ++e) {
+      const auto [x1, x2] = std::minmax(
+          {mesh.Xnode(mesh.ELnode1(e)), mesh.Xnode(mesh.ELnode2(e)), mesh.Xnode(mesh.ELnode3(e))});
+      const auto [y1, y2] = std::minmax(
+          {mesh.Ynode(mesh.ELnode1(e)), mesh.Ynode(mesh.ELnode2(e)), mesh.Ynode(mesh.ELnode3(e))});
+      mesh.XMINelem(e) = x1, mesh.XMAXelem(e) = x2, mesh.YMINelem(e) = y1, mesh.YMAXelem(e) = y2;
+      mesh.SORTxmin(e) = e;
+    }
+    SORT_KEYS(mesh.XMINelem, mesh.SORTxmin);
+    BUILD_ELEMENT_GRID(mesh);
+    for (const auto& [x, y] : trial_points(mesh, 11)) {
+      ASSERT_EQ(FIND_ELEMENT(mesh, x, y), test::literal_find_element(mesh, x, y)) << scale;
+    }
+  }
+}
+
+// The walk goes from the end that is farther away, as elements 1 and NUMelem tell it.
+TEST(FindElement, SharedSideGoesToTheFirstInTheWalk) {
+  struct Case {
+    double x, y;
+    int element;
+  };
+  // Four triangles side by side in x from 0 to 4, elements in ascending x.
+  const std::vector<test::TestNode> nodes = {{0, 0, 1}, {2, 0, 1}, {4, 0, 1}, {1, 2, 1}, {3, 2, 1}};
+  RunState run;
+  test::quiet(run, "unused");
+  test::set_mesh(run, nodes, {{1, 2, 4}, {2, 5, 4}, {2, 3, 5}});
+  MESH_GEOMETRY(run);
+  const Case cases[] = {
+      {1.5, 1.0, 1},   // left half, dR 2.5 >= dL 1.5: ascending
+      {2.0, 0.0, 1},   // the middle, dR = dL: ascending
+      {2.5, 1.0, 3},   // right half: descending
+      {4.0, 0.0, 3},   // a corner of the mesh
+      {2.0, 2.0, 2},   // on the top edge
+      {0.0, 2.0, 0},   // in a bounding box, beside the triangle
+      {-1.0, 0.0, 0},  // beside the mesh
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(FIND_ELEMENT(run.mesh, c.x, c.y), c.element) << c.x << ' ' << c.y;
+  }
+}
+
+TEST(FindElement, NumbersThatAreNoPlaceGiveNoElement) {
+  RunState run;
+  make_mesh(run, test::random_mesh(test::MeshKind::irregular, 5, 5, 3));
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const auto& [x, y] : {std::pair{nan, 1.0},
+                             {1.0, nan},
+                             {nan, nan},
+                             {infinity, 1.0},
+                             {-infinity, 1.0},
+                             {1.0, infinity},
+                             {1e300, 1e300}}) {
+    EXPECT_EQ(FIND_ELEMENT(run.mesh, x, y), 0);
+  }
+  const MeshState empty;
+  EXPECT_EQ(FIND_ELEMENT(empty, 0.0, 0.0), 0);
+}
+
+// Elements without area lie on their edges: found like any other, first in the walk.
+TEST(FindElement, ElementsWithoutAreaAreFoundAsInTheWalk) {
+  RunState run;
+  test::quiet(run, "unused");
+  test::set_mesh(run, {{0, 0, 1}, {4, 0, 1}, {0, 4, 1}, {2, 2, 1}, {1, 1, 1}},
+                 {{1, 2, 4}, {1, 4, 3}, {1, 5, 4}, {5, 5, 5}});
+  MESH_GEOMETRY(run);
+  EXPECT_EQ(run.mesh.MESHtol, 0.0f);
+  for (const auto& [x, y] : trial_points(run.mesh, 5)) {
+    ASSERT_EQ(FIND_ELEMENT(run.mesh, x, y), test::literal_find_element(run.mesh, x, y));
+  }
+}
+
+// A few elements across the whole mesh must not fill every cell of the grid.
+TEST(FindElement, GridMemoryStaysInProportion) {
+  for (test::MeshKind kind : test::all_mesh_kinds) {
+    RunState run;
+    make_mesh(run, test::random_mesh(kind, 60, 60, 5));
+    const auto elements = static_cast<std::size_t>(run.mesh.NUMelem);
+    EXPECT_LE(run.mesh.grid.candidates.size(), 40 * elements) << test::name_of(kind);
+    EXPECT_LE(run.mesh.grid.cells.size(), 4 * elements) << test::name_of(kind);
+  }
+}
+
+}  // namespace
+}  // namespace dfl
