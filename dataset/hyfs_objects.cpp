@@ -139,12 +139,6 @@ int link_object(hid_t object, hid_t group, const std::string& name) {
   return status_of(H5Olink(object, group, name.c_str(), links.get(), H5P_DEFAULT));
 }
 
-int keep_room(hid_t object, std::size_t bytes) {
-  constexpr const char* name = "hyfs_room";
-  const int status = write_text(object, name, std::string(bytes, ' '));
-  return status < 0 ? status : status_of(H5Adelete(object, name));
-}
-
 int place_below(hid_t parent, const std::string& path, Place& place) {
   std::vector<std::string> parts = parts_of(path);
   if (parts.empty()) return hyfs_dataset_invalid;

@@ -14,7 +14,6 @@ namespace {
 constexpr double no_position = -9999.9;
 constexpr hsize_t id_chunk = 65536;
 constexpr hsize_t count_chunk = 1024;
-constexpr std::size_t use_room = 1024;  // for the list of the datasets along the parcels
 
 struct Position {
   const char* name;
@@ -34,7 +33,7 @@ Id create_trajectory(hid_t root) {
   Id ids = create_dataset(root, "trajectory", H5T_STD_I32LE, {0}, {H5S_UNLIMITED}, storage);
   if (!ids.good() || make_scale(ids.get(), "trajectory") < 0 ||
       write_text(ids.get(), "cf_role", "trajectory_id") < 0 ||
-      write_text(ids.get(), "long_name", "parcel id") < 0 || keep_room(ids.get(), use_room) < 0) {
+      write_text(ids.get(), "long_name", "parcel id") < 0) {
     return Id();
   }
   return ids;

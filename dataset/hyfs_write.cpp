@@ -142,12 +142,8 @@ int write_series_attributes(hid_t dataset, const Plan& plan, const HyfsDatasetIn
   return write_fill(dataset, fill, H5T_IEEE_F32LE);
 }
 
-// Puts a new dataset in its place once all of it is in the file. A constant is made when the frames
-// of a run are there: a link to something not yet written would make the whole file unreadable for
-// NetCDF if the run were killed just then.
+// Variables of parcels stand in the root, where viewers and scripts look, and in their group.
 int link_series(const Plan& plan, hid_t dataset) {
-  if (plan.constant && H5Fflush(plan.file.get(), H5F_SCOPE_LOCAL) < 0) return hyfs_io_error;
-  // Variables of parcels stand in the root, where viewers and scripts look, and in their group.
   const Id root(H5Gopen2(plan.file.get(), "/", H5P_DEFAULT));
   if (plan.particles && !exists_below(root.get(), plan.place.name)) {
     const int status = link_object(dataset, root.get(), plan.place.name);
@@ -180,7 +176,9 @@ int create_series(const Plan& plan, const HyfsDatasetInfo& info, const std::stri
   dataset = create_dataset(plan.file.get(), "", H5T_IEEE_F32LE, size, max, storage);
   if (!dataset.good()) return hyfs_io_error;
   int status = write_series_attributes(dataset.get(), plan, info, long_name, storage.fill, code);
-  if (status >= 0) status = attach_scales(dataset.get(), scales);
+  // A constant comes when the frames are there. A growing list of its scale would free a piece of
+  // its header, the new dataset would take that, and it would then be written out of order.
+  if (status >= 0) status = attach_scales(dataset.get(), scales, !plan.constant);
   return status < 0 ? status : link_series(plan, dataset.get());
 }
 

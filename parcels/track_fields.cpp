@@ -105,6 +105,10 @@ void pack_settings(const RunState& run, TrackFields& fields) {
   fields.plain_calm =
       set.method.eulerian == EulerianMethod::pie && set.method.centroid == CentroidMethod::rouse;
   fields.turbulent_draws = set.turbulent_shear && !set.debug;
+  fields.estimates = fields.advection == AdvectionMethod::q3d && run.flow.FLOW2D &&
+                     set.method.centroid == CentroidMethod::rouse && set.bed_porosity < 0.99f &&
+                     (set.method.velocity == VelocityMethod::log ||
+                      set.method.velocity == VelocityMethod::two_point);
   fields.dt8 = set.time_step;
   fields.dt = static_cast<float>(set.time_step);
   fields.cbrt_rhos = grain_scale(set.rhos, set.water_density, set.water_viscosity);
