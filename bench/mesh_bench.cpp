@@ -59,7 +59,6 @@ void sort_keys(benchmark::State& state) {
 }
 BENCHMARK(sort_keys)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
-// Neighbour and boundary lists built, and written to a file; then read back from it.
 void set_land(RunState& run, const bench::GyreMesh& gyre) {
   run.mesh.NUMland = 1;
   run.mesh.LANDbnd.allocate(1);
@@ -68,6 +67,7 @@ void set_land(RunState& run, const bench::GyreMesh& gyre) {
   set_boundary_lines(run.mesh, land);
 }
 
+// Neighbour and boundary lists: built and written to a file, or read back from it.
 void element_lists(benchmark::State& state, bool keep_file) {
   const std::string path = "mesh_bench.nei";
   RunState run;

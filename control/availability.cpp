@@ -41,7 +41,6 @@ void refuse_unavailable(const RunState& run) {
       {s.waves, "Waves are not available in this version"},
       {m.transport == TransportFormula::a_d,
        "Eulerian transport \"a-d\" is not available in this version"},
-      {s.trap_file != "none", "Traps are not available in this version"},
       {any_map_file(s),
        "Map files are not available in this version: leave out the map fields, or add the card "
        ":no_hyfs_maps and leave out :tecplot_maps and :ensim_maps"},

@@ -25,6 +25,9 @@
 #include "parcels/track_parcel.h"
 #include "sediment/bed_fields.h"
 #include "sediment/morphology.h"
+#include "traps/trap_counting.h"
+#include "traps/trap_file.h"
+#include "traps/trap_reports.h"
 
 namespace dfl {
 
@@ -49,7 +52,7 @@ std::string user_name() {
 void take_command_line(RunState& run, const std::vector<std::string>& words) {
   run.messages.HOSTEDmode = false;
   if (words.size() == 1 || words.size() == 2) {
-    run.clock.CONTROLfile = words[0];
+    run.clock.CONTROLfile = trim_right(words[0]);
     if (words.size() == 2) {
       constexpr std::size_t longest_word = 32;
       run.messages.HOSTEDmode = lower_case(words[1].substr(0, longest_word)) == "hst";
@@ -139,7 +142,8 @@ void prepare_run(RunState& run) {
   prepare_moving_bed(run);
   SOURCE_SETUP(run);
   tell_number_of_steps(run);
-  run.traps.TRAPon = false;
+  run.traps.TRAPon = run.settings.trap_file != "none";
+  if (run.traps.TRAPon) READ_TRAPS(run);
   SETUP_OUTPUT(run);
   if (run.settings.currents) FLOW_START(run);
   show_table_head(run);
@@ -205,8 +209,10 @@ void parcel_step(RunState& run, const TrackFields& fields) {
   release_parcels(run);
   BUILD_ALIVE_LIST(run);
   if (run.clock.STOPrun) return;
+  parcels.NUMlisted = parcels.NUMalive;
   TRACK_POPULATION(run, fields);
   SCAN_PARCELS(run);
+  parcels.NUMalive -= TRAP_REPORT(run);
   parcels.NUMactive = parcels.NUMalive - parcels.NUMdormant;
   parcels.NUMtrapped = parcels.NUMtrapsum - trapped_before;
   write_parcels(run);
@@ -244,8 +250,13 @@ void finish_parcels(RunState& run) {
     }
     FINISH_HYFS_PARCELS(run);
   }
-  console(run.messages, "\n");
+  if (run.traps.TRAPon && !s.residence_calc) {
+    TRAP_SUMMARY(run);
+  } else {
+    console(run.messages, "\n");
+  }
   close_file(run.output.population_file);
+  close_trap_reports(run);
   if (s.paths) WRITE_PATHS(run);
 }
 
@@ -261,6 +272,7 @@ void end_run(RunState& run) {
   console(run.messages, "\nRun stop:  %s  %s\n", day_text(now).c_str(), time_text(now).c_str());
   echo(run.messages, "\nRun stop:      %s @ %s\n", day_text(now).c_str(), time_text(now).c_str());
   close_file(run.output.population_file);
+  close_trap_reports(run);
   close_file(run.messages.echo_file);
   close_file(run.messages.error_file);
 }
