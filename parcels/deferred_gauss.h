@@ -29,15 +29,8 @@ inline void pass_gauss(DeferredGauss& deferred, RandomStream& random) {
     deferred.pending = false;
     return;
   }
-  double a = 0.0, s = 0.0;
-  do {
-    const double r1 = static_cast<double>(next_random_integer(random)) * 4.656613e-10;
-    const double r2 = static_cast<double>(next_random_integer(random)) * 4.656613e-10;
-    a = 2.0 * r1 - 1.0;
-    const double b = 2.0 * r2 - 1.0;
-    s = a * a + b * b;
-  } while (!(s > 0.0 && s < 1.0));
-  deferred = {true, a, s};
+  const PolarPair pair = next_polar_pair(random);
+  deferred = {true, pair.a, pair.s};
   random.gauss_kept = true;
 }
 

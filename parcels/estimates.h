@@ -29,6 +29,21 @@ inline float estimate_exp2(float x) {
   return m * std::bit_cast<float>(scale);
 }
 
+// True if the centre of motion lies below 0.49 of the depth or 1.9 KStotal, whatever else is true:
+// the centre of the suspended load lies below 0.479 H, and where rolling grains have the mean speed
+// of the profile they do not reach farther up than the second.
+inline bool centroid_is_low(float H, float S, float KStotal, float KSgrain, float ustar) {
+  if (!(H >= 2.0f * KSgrain && KSgrain > 1.0e-20f && H <= 1.0e9f * KStotal && H > 4.0f * KStotal)) {
+    return false;
+  }
+  const auto exponent = [](float x) {
+    return static_cast<int>(std::bit_cast<std::uint32_t>(x) >> 23) - 127;
+  };
+  // From below: log10 of 2 times the exponent of H / KSgrain.
+  const float log_depth = 0.3010299f * static_cast<float>(exponent(H) - exponent(KSgrain) - 1);
+  return S <= ustar * (5.75f * log_depth + 6.0f);
+}
+
 // Height of the centre of motion, m, as SUSPENDED_LAYER gives it with a logarithmic profile; good
 // to 1 %. All lengths in m, speeds in m/s. Below 0 where it is not sure.
 inline float estimate_centroid(float H, float Ws, float S, float MOBILITY, float KStotal,

@@ -125,9 +125,7 @@ void check_pair(TrackElement& a, TrackElement& b) {
 int walk_to(const TrackElements& elements, int e, EdgeValues f, double x, double y) {
   const TrackElement* t = &elements(e);
   for (int count = 0; count < longest_walk; ++count) {
-    std::size_t edge = f.f2 > f.f1 ? 1 : 0;
-    if (f.f3 > (f.f2 > f.f1 ? f.f2 : f.f1)) edge = 2;
-    e = t->across[edge];
+    e = t->across[worst_edge(f)];
     if (e == 0) return 0;
     t = &elements(e);
     f = edge_values(*t, x, y);

@@ -22,6 +22,12 @@ inline bool holds(const EdgeValues& f) {
   return f.f1 <= 0.0 && f.f2 <= 0.0 && f.f3 <= 0.0;
 }
 
+// The edge that the point is farthest beyond.
+inline std::size_t worst_edge(const EdgeValues& f) {
+  if (f.f3 > f.f1 && f.f3 > f.f2) return 2;
+  return f.f2 > f.f1 ? 1 : 0;
+}
+
 // From element e, which does not hold (x, y), across edges toward it. The element that holds the
 // point well inside, 0 if the walk met a boundary, took too long or ended near an edge.
 int walk_to(const TrackElements& elements, int e, EdgeValues f, double x, double y);

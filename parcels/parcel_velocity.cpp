@@ -52,8 +52,13 @@ void find_centroid(const RunState& run, const TrackFields& fields, const Parcel&
 bool centroid_estimated(const RunState& run, const TrackFields& fields, const Parcel& parcel,
                         Stage& s) {
   constexpr float margin = 1.03f;
-  const float c = estimate_centroid(s.H, parcel.Ws, s.S, s.MOBILITY, s.KStotal, s.KSgrain, s.ustar);
   const float h0 = s.height > s.H ? s.H : s.h0;  // as DISPLACEMENT will have it
+  const float lowest = std::min(h0, s.height / 1.4f);
+  if (lowest > 0.5f * s.H && centroid_is_low(s.H, s.S, s.KStotal, s.KSgrain, s.ustar)) {
+    s.hc = 0.49f * s.H;
+    return true;
+  }
+  const float c = estimate_centroid(s.H, parcel.Ws, s.S, s.MOBILITY, s.KStotal, s.KSgrain, s.ustar);
   if (!(c > 0.0f)) return false;
   if (!(c * margin < h0 || c > margin * h0)) return false;
   if (run.settings.bed_interaction && !(1.4f * margin * c < s.height) &&

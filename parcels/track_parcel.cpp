@@ -5,6 +5,7 @@
 
 #include "parcels/displacement.h"
 #include "parcels/local_conditions.h"
+#include "parcels/look_ahead.h"
 #include "parcels/parcel_locate.h"
 #include "parcels/parcel_velocity.h"
 
@@ -113,43 +114,6 @@ void write_back(const RunState& run, const Stage& s, Parcel& parcel) {
   }
 }
 
-// The loop over the population asks for memory this many parcels ahead: for the parcels, then for
-// their elements, then for the nodes of these.
-constexpr int parcels_ahead = 24;
-constexpr int elements_ahead = 16;
-constexpr int nodes_ahead = 8;
-
-// Inlined by force: the compiler drops calls of functions that only prefetch.
-[[gnu::always_inline]] inline void prefetch(const void* address) {
-  __builtin_prefetch(address);
-}
-
-[[gnu::always_inline]] inline void prefetch_ahead(const ParcelState& parcels,
-                                                  const TrackFields& fields, int k) {
-  const auto listed = [&](int ahead) -> const Parcel* {
-    return k + ahead <= parcels.NUMalive ? &parcels.PARCELS(parcels.ALIVElist(k + ahead)) : nullptr;
-  };
-  const auto element_of = [&](const Parcel* parcel) -> const TrackElement* {
-    if (parcel == nullptr || parcel->ELEMENT < 1 || parcel->ELEMENT > fields.elements.size()) {
-      return nullptr;
-    }
-    return &fields.elements(parcel->ELEMENT);
-  };
-  if (const Parcel* parcel = listed(parcels_ahead); parcel != nullptr) {
-    prefetch(parcel);
-    prefetch(&parcel->ALIVE);
-  }
-  if (const TrackElement* t = element_of(listed(elements_ahead)); t != nullptr) {
-    prefetch(t);
-    prefetch(&t->cross1);
-  }
-  if (const TrackElement* t = element_of(listed(nodes_ahead)); t != nullptr) {
-    prefetch(&fields.nodes(t->n1));
-    prefetch(&fields.nodes(t->n2));
-    prefetch(&fields.nodes(t->n3));
-  }
-}
-
 TrackReport lose(Parcel& parcel, int status) {
   parcel.ALIVE = logical_false;
   parcel.LOSS = static_cast<std::int16_t>(status);
@@ -224,8 +188,9 @@ void TRACK_POPULATION(RunState& run, const TrackFields& fields) {
   const int order = scheme == 1 || scheme == 2 ? 2 : 4;
   ParcelState& parcels = run.parcels;
   BalanceState& balance = run.balance;
+  LookAhead ahead;
   for (int k = 1; k <= parcels.NUMalive; ++k) {
-    prefetch_ahead(parcels, fields, k);
+    look_ahead(parcels, fields, k, ahead);
     const int id = parcels.ALIVElist(k);
     Parcel& parcel = parcels.PARCELS(id);
     parcel.Age = static_cast<float>(static_cast<double>(parcel.Age) + run.settings.time_step);
