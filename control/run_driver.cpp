@@ -54,7 +54,7 @@ std::string user_name() {
 void take_command_line(RunState& run, const std::vector<std::string>& words) {
   run.messages.HOSTEDmode = false;
   if (words.size() == 1 || words.size() == 2) {
-    run.clock.CONTROLfile = words[0];
+    run.clock.CONTROLfile = trim_right(words[0]);
     if (words.size() == 2) {
       constexpr std::size_t longest_word = 32;
       run.messages.HOSTEDmode = lower_case(words[1].substr(0, longest_word)) == "hst";

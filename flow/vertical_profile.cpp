@@ -107,8 +107,8 @@ void SUSPENDED_LAYER(VelocityMethod method, float H, float Ws, float S, float MO
                    (1.0f - fs) * (10.0f - 7.0f / std::sqrt(MOBILITY)) * ustarc;
   fr = Uc / std::max(S, 0.001f);
   // Where the log profile has the speed Uc; in still water, where it begins.
-  const float relative_speed = ustar == 0.0f ? 0.0f : Uc / ustar;
-  hc = KStotal * std::pow(10.0f, 0.173913f * relative_speed - 1.47826f);
+  const float relative_speed = ustar == 0.0f ? 0.0f : 0.173913f * Uc / ustar;
+  hc = KStotal * std::pow(10.0f, relative_speed - 1.47826f);
 }
 
 void CENTROID_VAN_RIJN(const MessageState& messages, VelocityMethod method, const CentroidInput& in,

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 
+#include "parcels/estimates.h"
 #include "parcels/kinematics.h"
 #include "sediment/primitives.h"
 #include "sediment/van_rijn.h"
@@ -12,6 +13,13 @@ namespace dfl {
 namespace {
 
 constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees with pi as 3.14159
+
+// TAUCR_SOULSBY of a material denser than water whose grain_scale is known.
+float threshold_stress(float rho, float RHOs, float scale, float D) {
+  const float Ds = D * scale;
+  return gravity * (RHOs - rho) * D *
+         (0.3f / (1.0f + 1.2f * Ds) + 0.055f * (1.0f - std::exp(-0.02f * Ds)));
+}
 
 // Wave quantities that the stress needs.
 struct WavesHere {
@@ -214,7 +222,9 @@ float pickup_chance(const RunState& run, const TrackFields& fields, const Parcel
   if (rate == 0.0f && parcel.D > 0.0f) return 0.0f;
 
   // Mobile layer of the bed: its thickness against the grain and the burial.
-  const float tau_b = TAUCR_SOULSBY(s.rho, set.rhos, s.nu, s.f[at_D50]);
+  const float tau_b = fields.uniform_water && set.rhos > s.rho
+                          ? threshold_stress(s.rho, set.rhos, fields.cbrt_rhos, s.f[at_D50])
+                          : TAUCR_SOULSBY(s.rho, set.rhos, s.nu, s.f[at_D50]);
   const float delta =
       (s.tau - tau_b) / (1.0f - set.bed_porosity) / (set.rhos - s.rho) / gravity / tan_of_repose;
   float e1 = 1.0f, e2 = 1.0f;
@@ -223,6 +233,45 @@ float pickup_chance(const RunState& run, const TrackFields& fields, const Parcel
     e2 = held(1.0f - s.BURIAL / delta, 0.0f, 1.0f);
   }
   return std::min(rate / parcel.D, 1.0f) * e2 * e1;
+}
+
+float estimate_pickup(const RunState& run, const TrackFields& fields, const Parcel& parcel,
+                      const Stage& s) {
+  const Settings& set = run.settings;
+  if (!s.Pu_wanted || !fields.uniform_water) return 0.0f;
+  const float excess = parcel.RHOs / s.rho - 1.0f;
+  const float D = parcel.D;
+  if (!(excess > 0.01f && set.rhos > s.rho + 1.0f && D > 1.0e-7f && s.f[at_D50] > 0.0f)) {
+    return 0.0f;
+  }
+  const float scale =
+      parcel.RHOs == set.rhos ? fields.cbrt_rhos : grain_scale(parcel.RHOs, s.rho, s.nu);
+  const auto threshold = [](float Ds) {
+    return 0.3f / (1.0f + 1.2f * Ds) +
+           0.055f * (1.0f - estimate_exp2(std::max(-0.028853901f * Ds, -100.0f)));
+  };
+  const float Dstar = D * scale;
+  const float theta = s.tau / (s.rho * gravity * excess * D);
+  const float theta_cr = run.parcels.TAUgiven ? parcel.TAUcr / (gravity * s.rho * excess * D)
+                                              : threshold(Dstar);
+  const float T = theta / theta_cr - 1.0f;
+  if (!(T > 0.1f && T < 1.0e6f && Dstar > 1.0e-3f && Dstar < 1.0e4f)) return 0.0f;
+
+  // Dstar cubed is the number under the root of 10.
+  const float rate = 0.00033f * T * std::sqrt(T) * estimate_exp2(0.3f * estimate_log2(Dstar)) *
+                     std::sqrt(excess * gravity * D);
+  const float tau_b = gravity * (set.rhos - s.rho) * s.f[at_D50] *
+                      threshold(s.f[at_D50] * fields.cbrt_rhos);
+  const float delta = (s.tau - tau_b) / ((1.0f - set.bed_porosity) * (set.rhos - s.rho) * gravity *
+                                         tan_of_repose);
+  float e = 1.0f;
+  if (!(s.tau <= 0.95f * tau_b)) {
+    if (!(s.tau > 1.1f * tau_b)) return 0.0f;  // too near to tell
+    if (!(s.BURIAL < 0.5f * delta)) return 0.0f;
+    e = std::min(D / delta, 1.0f) * (1.0f - s.BURIAL / delta);
+  }
+  // The difference of stresses makes delta the least certain part.
+  return 0.9f * std::min(rate / D, 1.0f) * e;
 }
 
 bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parcel& parcel,
@@ -234,7 +283,7 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
   // Depth, bed and roughness.
   if (!s.sampled) {
     s.weights = packed_weights(run, t, s.element, s.x, s.y);
-    interpolate(fields, t, s.weights, s.f);
+    s.f = interpolate(fields, t, s.weights);
   }
   s.H = s.f[at_H];
   s.Db = set.wave_breaking ? s.f[at_Db] : 0.0f;
@@ -283,9 +332,9 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
     if (set.wave_breaking && s.Db < 0.0f) s.tau = s.tau + std::max(-0.1f * s.Db / waves.Cg, 0.0f);
   }
   if (set.turbulent_shear) {
-    double g = 0.0;
-    if (!set.debug) g = std::min(std::max(draw_gauss(s.gauss, random), -6.0), 6.0);
-    const double f = std::min(std::max(s.DTsub * 0.05 * g, -0.4), 0.4);
+    float g = 0.0f;
+    if (!set.debug) g = held(static_cast<float>(draw_gauss(s.gauss, random)), -6.0f, 6.0f);
+    const double f = std::min(std::max(s.DTsub * 0.05 * static_cast<double>(g), -0.4), 0.4);
     s.tau = std::max(s.tau * (1.0f + static_cast<float>(f)), 0.0f);
   }
   // Grains smaller than the bed's hide, larger ones stand out (Egiazaroff 1965).

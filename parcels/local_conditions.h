@@ -14,6 +14,10 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
 float pickup_chance(const RunState& run, const TrackFields& fields, const Parcel& parcel,
                     const Stage& s);
 
+// A lower bound of the same, near its value where grains are picked up at all.
+float estimate_pickup(const RunState& run, const TrackFields& fields, const Parcel& parcel,
+                      const Stage& s);
+
 // Value of a field with levels at height z over the parcel's place.
 float level_value(const RunState& run, const TrackFields& fields, const Stage& s, float z,
                   int first_level, EndRule bottom, EndRule top, const Array2<float>& field);

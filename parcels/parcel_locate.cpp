@@ -272,7 +272,7 @@ void PARCEL_LOCATE(const RunState& run, const TrackFields& fields, Stage& s) {
   // Height and elevation follow the depth and the bed.
   const TrackElement& t = fields.elements(s.element);
   s.weights = packed_weights(run, t, s.element, s.x, s.y);
-  interpolate(fields, t, s.weights, s.f);
+  s.f = interpolate(fields, t, s.weights);
   s.sampled = true;
   const float Hn = s.f[at_H], Bn = s.f[at_B];
   if (Hn < s.height) s.height = 2.0f * Hn - s.height;  // mirrored at the surface

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "parcels/estimates.h"
 #include "parcels/local_conditions.h"
 
 namespace dfl {
@@ -43,6 +44,24 @@ void find_centroid(const RunState& run, const TrackFields& fields, const Parcel&
   in.ustar = s.ustar;
   in.parcel = parcel_number(run, parcel);
   CENTROID_VAN_RIJN(run.messages, set.method.velocity, in, parcel.Ws, s.KSgrain, s.hc, s.fr);
+}
+
+// True if an estimate of the centre of motion tells all that its height decides for a grain in
+// motion: whether the grain is drawn up to it, and that it is not slowed down near the bed. hc is
+// then on its side of h0, but otherwise no more than an estimate.
+bool centroid_estimated(const RunState& run, const TrackFields& fields, const Parcel& parcel,
+                        Stage& s) {
+  constexpr float margin = 1.03f;
+  const float c = estimate_centroid(s.H, parcel.Ws, s.S, s.MOBILITY, s.KStotal, s.KSgrain, s.ustar);
+  const float h0 = s.height > s.H ? s.H : s.h0;  // as DISPLACEMENT will have it
+  if (!(c > 0.0f)) return false;
+  if (!(c * margin < h0 || c > margin * h0)) return false;
+  if (run.settings.bed_interaction && !(1.4f * margin * c < s.height) &&
+      !(estimate_pickup(run, fields, parcel, s) * c > margin * margin * parcel.Ws)) {
+    return false;
+  }
+  s.hc = c;
+  return true;
 }
 
 // Velocity near the bed where it is known.
@@ -150,7 +169,9 @@ void PARCEL_VELOCITY(const RunState& run, const TrackFields& fields, const Parce
   const VelocityMethod method = set.method.velocity;
   // In "3d" only a pick-up without scatter goes to the centre of motion.
   const bool centroid_read = advection != AdvectionMethod::d3 || set.debug;
-  if (centroid_read) find_centroid(run, fields, parcel, s);
+  const bool estimated = fields.estimates && !is_true(s.DORMANT) && s.MOBILITY >= 1.0f &&
+                         centroid_estimated(run, fields, parcel, s);
+  if (centroid_read && !estimated) find_centroid(run, fields, parcel, s);
   if (advection != AdvectionMethod::d2) s.fr = 1.0f;
   s.hs = advection == AdvectionMethod::d2 ? s.hc : s.height;
 
@@ -175,7 +196,7 @@ void PARCEL_VELOCITY(const RunState& run, const TrackFields& fields, const Parce
     fatal_error(run.messages, "Selected VELOCITY_METHOD not available");
   }
   if (!level_flow && advection != AdvectionMethod::d2) s.w = continuity(fields, s, s.height);
-  if (advection == AdvectionMethod::q3d && set.bed_interaction) {
+  if (advection == AdvectionMethod::q3d && set.bed_interaction && !estimated) {
     slow_near_bed(run, fields, parcel, bottom, s);
   }
 }
@@ -203,7 +224,7 @@ void LIGHT_VELOCITY(const RunState& run, const TrackFields& fields, Parcel& parc
       const float ustar = s.S / (5.75f * std::log10(s.H / k) + 6.0f);
       s.fr = 2.5f * ustar * std::log(30.0f * hq / k) / s.S;
     }
-    s.w = continuity(fields, s, hq);
+    s.w = continuity(fields, s, s.height);
   }
   s.u = s.U;
   s.v = s.V;

@@ -105,6 +105,10 @@ void pack_settings(const RunState& run, TrackFields& fields) {
   fields.plain_calm =
       set.method.eulerian == EulerianMethod::pie && set.method.centroid == CentroidMethod::rouse;
   fields.turbulent_draws = set.turbulent_shear && !set.debug;
+  fields.estimates = fields.advection == AdvectionMethod::q3d && run.flow.FLOW2D &&
+                     set.method.centroid == CentroidMethod::rouse && set.bed_porosity < 0.99f &&
+                     (set.method.velocity == VelocityMethod::log ||
+                      set.method.velocity == VelocityMethod::two_point);
   fields.dt8 = set.time_step;
   fields.dt = static_cast<float>(set.time_step);
   fields.cbrt_rhos = grain_scale(set.rhos, set.water_density, set.water_viscosity);
@@ -116,7 +120,7 @@ void pack_settings(const RunState& run, TrackFields& fields) {
 }  // namespace
 
 float grain_scale(float RHOs, float rho, float nu) {
-  return std::cbrt((RHOs / rho - 1.0f) * 9.81f / (nu * nu));
+  return std::pow((RHOs / rho - 1.0f) * 9.81f / (nu * nu), 1.0f / 3.0f);
 }
 
 TrackFields* make_track_fields() {

@@ -14,8 +14,8 @@ namespace {
 
 // Stage displacements of a step and their weights.
 struct RungeKutta {
-  std::array<double, 4> x{}, y{}, z{};
-  std::array<double, 4> weight{};
+  std::array<double, 4> x, y, z;
+  std::array<double, 4> weight;
 };
 
 RungeKutta scheme_of(const RunState& run, int order) {
@@ -119,14 +119,15 @@ constexpr int parcels_ahead = 24;
 constexpr int elements_ahead = 16;
 constexpr int nodes_ahead = 8;
 
-void prefetch(const void* address) {
+// Inlined by force: the compiler drops calls of functions that only prefetch.
+[[gnu::always_inline]] inline void prefetch(const void* address) {
   __builtin_prefetch(address);
 }
 
-void prefetch_ahead(const ParcelState& parcels, const TrackFields& fields, int k) {
+[[gnu::always_inline]] inline void prefetch_ahead(const ParcelState& parcels,
+                                                  const TrackFields& fields, int k) {
   const auto listed = [&](int ahead) -> const Parcel* {
-    return k + ahead <= parcels.NUMalive ? &parcels.PARCELS(parcels.ALIVElist(k + ahead))
-                                         : nullptr;
+    return k + ahead <= parcels.NUMalive ? &parcels.PARCELS(parcels.ALIVElist(k + ahead)) : nullptr;
   };
   const auto element_of = [&](const Parcel* parcel) -> const TrackElement* {
     if (parcel == nullptr || parcel->ELEMENT < 1 || parcel->ELEMENT > fields.elements.size()) {

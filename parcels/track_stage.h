@@ -35,7 +35,7 @@ struct Stage {
   // Fields at the parcel; `sampled`: for the present position.
   bool sampled = false;
   Weights weights;
-  NodeValues f{};
+  NodeValues f;
   float H = 0.0f, B0 = 0.0f;
   float Db = 0.0f, Hw = 0.0f, Tw = 1.0f, theta_w = 0.0f;
   float KSgrain = 0.0f, KStotal = 0.0f;
@@ -67,14 +67,15 @@ inline float to_radians(float angle) {
 }
 
 // All fields at a point of element t.
-inline void interpolate(const TrackFields& fields, const TrackElement& t, const Weights& w,
-                        NodeValues& f) {
+inline NodeValues interpolate(const TrackFields& fields, const TrackElement& t, const Weights& w) {
   const NodeValues& a = fields.nodes(t.n1).f;
   const NodeValues& b = fields.nodes(t.n2).f;
   const NodeValues& c = fields.nodes(t.n3).f;
+  NodeValues f;
   for (std::size_t i = 0; i < node_fields; ++i) {
     f[i] = w.w1 * a[i] + w.w2 * b[i] + w.w3 * c[i];
   }
+  return f;
 }
 
 // WEIGHTING_FACS with the terms of the element at hand; weights to be repaired go there.
