@@ -16,6 +16,8 @@
 #include "control/text_tools.h"
 #include "dataset/hyfs.h"
 #include "flow/flow_frames.h"
+#include "output/concentration.h"
+#include "output/map_output.h"
 #include "output/output_setup.h"
 #include "output/parcel_output.h"
 #include "parcels/population.h"
@@ -203,6 +205,20 @@ void write_parcels(RunState& run) {
   if (s.ensim_parcels) WRITE_ENSIM_PARCELS(run);
 }
 
+void write_maps(RunState& run) {
+  const Settings& s = run.settings;
+  if (!run.clock.MAPnow || !any_map_field(s)) return;
+  if (s.hyfs_maps) WRITE_HYFS_MAPS(run);
+  if (s.tecplot_maps) WRITE_TECPLOT_MAPS(run);
+  if (s.ensim_maps) WRITE_ENSIM_MAPS(run);
+}
+
+void compute_concentrations(RunState& run) {
+  if (!run.clock.MAPnow) return;
+  if (run.settings.gaussian_concentration) CONC_GAUSSIAN(run);
+  if (run.settings.particle_concentration) CONC_PARCEL_COUNT(run);
+}
+
 void parcel_step(RunState& run, const TrackFields& fields) {
   ParcelState& parcels = run.parcels;
   const int trapped_before = parcels.NUMtrapsum;
@@ -216,6 +232,7 @@ void parcel_step(RunState& run, const TrackFields& fields) {
   parcels.NUMactive = parcels.NUMalive - parcels.NUMdormant;
   parcels.NUMtrapped = parcels.NUMtrapsum - trapped_before;
   write_parcels(run);
+  compute_concentrations(run);
 }
 
 void time_loop(RunState& run) {
@@ -231,10 +248,12 @@ void time_loop(RunState& run) {
     const bool frame_passed = run.flow.TIMEflow != frame_before;
     const bool fields_changed = update_node_fields(run) || frame_passed;
     run.parcels.NUMnew = 0;
-    if (s.no_parcels) continue;
-    if (fields_changed) pack_track_fields(run, *fields);
-    parcel_step(run, *fields);
-    if (run.clock.STOPrun) return;
+    if (!s.no_parcels) {
+      if (fields_changed) pack_track_fields(run, *fields);
+      parcel_step(run, *fields);
+      if (run.clock.STOPrun) return;
+    }
+    write_maps(run);
   }
 }
 

@@ -386,7 +386,6 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
       {":eulerian_sed_trans a-d\n", "\"a-d\" is not available"},
       {":propwash_data_file p\n", "Propeller wash is not available"},
       {":drawdown_method function\n", "Ship drawdown is not available"},
-      {":morphology\n", "Map files are not available"},
   };
   for (const Case& c : cases) {
     EXPECT_EXIT(
