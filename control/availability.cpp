@@ -34,7 +34,6 @@ void refuse_unavailable(const RunState& run) {
            m.sediments == SedimentsFormat::n2d,
        "Sediments from datasets and gridded models are not available in this version"},
       {flow_dataset(s), "Flow from datasets is not available in this version"},
-      {s.waves, "Waves are not available in this version"},
       {m.transport == TransportFormula::a_d,
        "Eulerian transport \"a-d\" is not available in this version"},
   };

@@ -30,6 +30,7 @@
 #include "traps/trap_counting.h"
 #include "traps/trap_file.h"
 #include "traps/trap_reports.h"
+#include "waves/wave_frames.h"
 
 namespace dfl {
 
@@ -148,6 +149,7 @@ void prepare_run(RunState& run) {
   if (run.traps.TRAPon) READ_TRAPS(run);
   SETUP_OUTPUT(run);
   if (run.settings.currents) FLOW_START(run);
+  if (run.settings.waves) WAVES_START(run);
   show_table_head(run);
 
   run.clock.NStep = 0;
@@ -168,6 +170,7 @@ void advance_clock(ClockState& clock, const Settings& s) {
 // The node fields of flow and waves at Tnow.
 void SHIP_PASS(RunState& run) {
   if (run.settings.currents) FLOW_BLEND(run);
+  if (run.settings.waves) WAVES_TO_NODES(run);
 }
 
 // True if any node field has changed.
@@ -242,6 +245,7 @@ void time_loop(RunState& run) {
     advance_clock(run.clock, s);
     const double frame_before = run.flow.TIMEflow;
     if (s.currents) FLOW_ADVANCE(run);
+    if (s.waves) WAVES_ADVANCE(run);
     STEP_REPORT(run);
     if (s.population_record) WRITE_POPULATION_ROW(run);
     // A new frame changes the rise of the surface at once, also between two flow updates.

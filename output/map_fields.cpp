@@ -169,7 +169,8 @@ float map_scalar(const RunState& run, MapFieldId id, int node) {
     case MapFieldId::wave_period:
       return value_at(run.waves.WAVEperiod, node);
     case MapFieldId::wave_direction:
-      return std::atan2(value_at(run.waves.WAVEdiry, node), value_at(run.waves.WAVEdirx, node)) *
+      // Where the waves travel to, clockwise from +y.
+      return std::atan2(value_at(run.waves.WAVEdirx, node), value_at(run.waves.WAVEdiry, node)) *
              degrees_half_turn / pi;
     case MapFieldId::concentration:
       return static_cast<float>(concentration_at(run, node));
