@@ -117,9 +117,9 @@ void WRITE_TECPLOT_MAPS(RunState& run) {
   for (int n = 1; n <= mesh.NUMnode; ++n) {
     char* at = row.data();
     for (const MapField* field : selected) {
-      const std::array<float, 2> values = map_column_values(run, *field, n);
+      const std::array<double, 2> values = map_column_values(run, *field, n);
       for (std::size_t k = 0; k < 2 && field->columns[k] != nullptr; ++k) {
-        at = put_columns(at, static_cast<double>(values[k]), map_column_width, field->decimals);
+        at = put_columns(at, values[k], map_column_width, field->decimals);
       }
     }
     *at++ = '\n';

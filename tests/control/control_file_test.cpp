@@ -379,7 +379,6 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
     const char* text;
   };
   const Case cases[] = {
-      {":waves\n:wave_format swan\n:wave_sim_file s\n", "Waves are not available"},
       {":mesh_format gr3d\n", "Meshes other than \"adcirc\" are not available"},
       {":sediment_format hyfs\n", "Sediments from datasets and gridded models are not available"},
       {":currents\n:flow_format hyfs\n", "Flow from datasets is not available"},
