@@ -6,8 +6,10 @@
 #include <random>
 
 #include "bench/gyre_mesh.h"
+#include "mesh/boundaries.h"
 #include "mesh/find_element.h"
 #include "mesh/geometry.h"
+#include "mesh/neighbours.h"
 
 namespace dfl {
 namespace {
@@ -56,6 +58,44 @@ void sort_keys(benchmark::State& state) {
   }
 }
 BENCHMARK(sort_keys)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+void set_land(RunState& run, const bench::GyreMesh& gyre) {
+  run.mesh.NUMland = 1;
+  run.mesh.LANDbnd.allocate(1);
+  Boundary& land = run.mesh.LANDbnd(1);
+  for (int node : gyre.land) land.NODES.push_back(node);
+  set_boundary_lines(run.mesh, land);
+}
+
+// Neighbour and boundary lists: built and written to a file, or read back from it.
+void element_lists(benchmark::State& state, bool keep_file) {
+  const std::string path = "mesh_bench.nei";
+  RunState run;
+  mute(run);
+  const bench::GyreMesh gyre = bench::gyre_mesh(static_cast<int>(state.range(0)));
+  bench::set_gyre_mesh(run, gyre);
+  set_land(run, gyre);
+  MESH_GEOMETRY(run);
+  run.settings.neighbor_file = path;
+  if (keep_file) {
+    MESH_NEIGHBOURS(run);
+    MESH_BOUNDARIES(run);
+  }
+  for (auto _ : state) {
+    if (!keep_file) std::remove(path.c_str());
+    MESH_NEIGHBOURS(run);
+    MESH_BOUNDARIES(run);
+  }
+  std::remove(path.c_str());
+}
+void build_lists(benchmark::State& state) {
+  element_lists(state, false);
+}
+void read_lists(benchmark::State& state) {
+  element_lists(state, true);
+}
+BENCHMARK(build_lists)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(read_lists)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace dfl

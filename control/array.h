@@ -13,15 +13,21 @@ namespace dfl {
 using Logical = std::int32_t;
 constexpr Logical logical_false = 0;
 constexpr Logical logical_true = -1;
-constexpr bool is_true(Logical flag) { return (flag & 1) != 0; }
+constexpr bool is_true(Logical flag) {
+  return (flag & 1) != 0;
+}
 
 // a(1) to a(size()).
 template <class T>
 class Array {
  public:
-  void allocate(int n, T value = T{}) { v.assign(static_cast<std::size_t>(n < 0 ? 0 : n), value); }
-  void resize(int n, T value = T{}) { v.resize(static_cast<std::size_t>(n < 0 ? 0 : n), value); }
-  void fill(T value) { v.assign(v.size(), value); }
+  void allocate(int n, const T& value = T{}) {
+    v.assign(static_cast<std::size_t>(n < 0 ? 0 : n), value);
+  }
+  void resize(int n, const T& value = T{}) {
+    v.resize(static_cast<std::size_t>(n < 0 ? 0 : n), value);
+  }
+  void fill(const T& value) { v.assign(v.size(), value); }
   bool allocated() const { return !v.empty(); }
   int size() const { return static_cast<int>(v.size()); }
   T& operator()(int i) { return v[at(i)]; }
@@ -48,13 +54,13 @@ class Array {
 template <class T>
 class Array2 {
  public:
-  void allocate(int rows, int first_column, int last_column, T value = T{}) {
+  void allocate(int rows, int first_column, int last_column, const T& value = T{}) {
     n_rows = rows < 0 ? 0 : rows;
     first = first_column;
     n_columns = last_column < first_column ? 0 : last_column - first_column + 1;
     v.assign(static_cast<std::size_t>(n_rows) * static_cast<std::size_t>(n_columns), value);
   }
-  void fill(T value) { v.assign(v.size(), value); }
+  void fill(const T& value) { v.assign(v.size(), value); }
   bool allocated() const { return !v.empty(); }
   int rows() const { return n_rows; }
   int first_column() const { return first; }

@@ -9,10 +9,6 @@ struct Refusal {
   const char* text;
 };
 
-bool any_map_file(const Settings& s) {
-  return any_map_field(s) && (s.hyfs_maps || s.tecplot_maps || s.ensim_maps);
-}
-
 bool flow_dataset(const Settings& s) {
   if (!s.currents) return false;
   const FlowFormat flow = s.method.flow;
@@ -38,13 +34,8 @@ void refuse_unavailable(const RunState& run) {
            m.sediments == SedimentsFormat::n2d,
        "Sediments from datasets and gridded models are not available in this version"},
       {flow_dataset(s), "Flow from datasets is not available in this version"},
-      {s.waves, "Waves are not available in this version"},
       {m.transport == TransportFormula::a_d,
        "Eulerian transport \"a-d\" is not available in this version"},
-      {s.trap_file != "none", "Traps are not available in this version"},
-      {any_map_file(s),
-       "Map files are not available in this version: leave out the map fields, or add the card "
-       ":no_hyfs_maps and leave out :tecplot_maps and :ensim_maps"},
   };
   for (const Refusal& refusal : refusals) {
     if (refusal.asked) fatal_error(run.messages, refusal.text);

@@ -103,7 +103,10 @@ void COLLECT_CARD_VALUES(RunState& run, TextReader& in, CardPass& pass, const ch
 // A check that failed: one text for the error file, one for the console, a key, and the end.
 [[noreturn]] void refuse(const RunState& run, const char* error_text, const char* console_text) {
   std::FILE* error_file = open_error_file(run.messages);
-  if (error_file != nullptr) std::fprintf(error_file, "%s\n", error_text);
+  if (error_file != nullptr) {
+    std::fprintf(error_file, "%s\n", error_text);
+    std::fflush(error_file);  // the key may be long in coming
+  }
   console(run.messages, "\n\n%s\n\n\n", console_text);
   read_console_line(run.messages);
   stop_run(run.messages, true);
@@ -234,7 +237,7 @@ void derive_settings(RunState& run) {
 }
 
 // Values with which the time loop could not run.
-void check_steps(const RunState& run) {
+void check_values(const RunState& run) {
   const Settings& s = run.settings;
   struct Increment {
     const char* card;
@@ -249,14 +252,20 @@ void check_steps(const RunState& run) {
                                     std::to_string(increment.value));
     }
   }
-  // Run time advances on whole milliseconds plus one step: a shorter step would stand still.
-  if (s.time_step < 0.0005) {
-    fatal_error(run.messages, "card :time_step: expected at least 0.0005 s");
+  // Run time advances on whole milliseconds plus one step: a step that rounds to none of them would
+  // stand still. The bound leaves room for the rounding of the run times of any calendar date.
+  constexpr double shortest_step = 0.0006;
+  if (s.time_step < shortest_step) {
+    fatal_error(run.messages, "card :time_step: expected at least 0.0006 s");
   }
   constexpr double most_steps = std::numeric_limits<int>::max() - 2;
   if ((s.stop_run - s.start_run) / s.time_step > most_steps) {
     fatal_error(run.messages,
                 "card :time_step: more than 2147483645 steps from start_run to stop_run");
+  }
+  // The viscosity has no value there.
+  if (s.temperature <= -20.0f) {
+    fatal_error(run.messages, "card :temperature: expected more than -20 degrees C");
   }
 }
 
@@ -283,7 +292,7 @@ void read_cards(RunState& run, TextReader& in, CardPass& pass) {
   check_settings(run, pass);
   if (s.waves) check_wave_settings(run, pass);
   derive_settings(run);
-  check_steps(run);
+  check_values(run);
   WRITE_INPUT_ECHO(run);
   for (int line : cut_lines) {
     echo_warning(run.messages,

@@ -98,7 +98,7 @@ void stop_run(const MessageState& messages, bool failed) {
 
 std::FILE* open_error_file(const MessageState& messages) {
   if (messages.error_file == nullptr) {
-    messages.error_file = std::fopen((messages.output_prefix + ".err").c_str(), "w");
+    messages.error_file = open_file(messages.output_prefix + ".err", "w");
   }
   return messages.error_file;
 }

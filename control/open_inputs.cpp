@@ -7,6 +7,7 @@
 #include "flow/flow_text.h"
 #include "mesh/adcirc_mesh.h"
 #include "sediment/native_sediments.h"
+#include "waves/wave_setup.h"
 
 namespace dfl {
 
@@ -141,6 +142,7 @@ void OPEN_INPUTS(RunState& run) {
   if (run.settings.method.velocity == VelocityMethod::two_point) OPEN_BOTTOM_FLOW(run);
   open_sediments(run);
   open_flow(run);
+  if (run.settings.waves) OPEN_WAVES(run);
   set_grain_roughness(run);
 }
 

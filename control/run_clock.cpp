@@ -115,9 +115,11 @@ std::string step_day(const Date& date) {
   return columns(date[0], 4) + "/" + zero_filled(date[1], 2) + "/" + zero_filled(date[2], 2);
 }
 
-// Time with the fraction of its second in two columns: from 951 ms on these show stars.
+// Time with the fraction of its second, a 4-byte real, in two columns: from 951 ms on these show
+// stars.
 std::string step_time(const Date& date) {
-  return time_text(date) + columns(date[6] / 1000.0, 2, 1);
+  const float fraction = static_cast<float>(date[6]) / 1000.0f;
+  return time_text(date) + columns(static_cast<double>(fraction), 2, 1);
 }
 
 void show_step_line(const RunState& run) {

@@ -16,6 +16,8 @@
 #include "control/text_tools.h"
 #include "dataset/hyfs.h"
 #include "flow/flow_frames.h"
+#include "output/concentration.h"
+#include "output/map_output.h"
 #include "output/output_setup.h"
 #include "output/parcel_output.h"
 #include "parcels/population.h"
@@ -25,6 +27,10 @@
 #include "parcels/track_parcel.h"
 #include "sediment/bed_fields.h"
 #include "sediment/morphology.h"
+#include "traps/trap_counting.h"
+#include "traps/trap_file.h"
+#include "traps/trap_reports.h"
+#include "waves/wave_frames.h"
 
 namespace dfl {
 
@@ -49,7 +55,7 @@ std::string user_name() {
 void take_command_line(RunState& run, const std::vector<std::string>& words) {
   run.messages.HOSTEDmode = false;
   if (words.size() == 1 || words.size() == 2) {
-    run.clock.CONTROLfile = words[0];
+    run.clock.CONTROLfile = trim_right(words[0]);
     if (words.size() == 2) {
       constexpr std::size_t longest_word = 32;
       run.messages.HOSTEDmode = lower_case(words[1].substr(0, longest_word)) == "hst";
@@ -139,9 +145,11 @@ void prepare_run(RunState& run) {
   prepare_moving_bed(run);
   SOURCE_SETUP(run);
   tell_number_of_steps(run);
-  run.traps.TRAPon = false;
+  run.traps.TRAPon = run.settings.trap_file != "none";
+  if (run.traps.TRAPon) READ_TRAPS(run);
   SETUP_OUTPUT(run);
   if (run.settings.currents) FLOW_START(run);
+  if (run.settings.waves) WAVES_START(run);
   show_table_head(run);
 
   run.clock.NStep = 0;
@@ -162,6 +170,7 @@ void advance_clock(ClockState& clock, const Settings& s) {
 // The node fields of flow and waves at Tnow.
 void SHIP_PASS(RunState& run) {
   if (run.settings.currents) FLOW_BLEND(run);
+  if (run.settings.waves) WAVES_TO_NODES(run);
 }
 
 // True if any node field has changed.
@@ -199,17 +208,34 @@ void write_parcels(RunState& run) {
   if (s.ensim_parcels) WRITE_ENSIM_PARCELS(run);
 }
 
+void write_maps(RunState& run) {
+  const Settings& s = run.settings;
+  if (!run.clock.MAPnow || !any_map_field(s)) return;
+  if (s.hyfs_maps) WRITE_HYFS_MAPS(run);
+  if (s.tecplot_maps) WRITE_TECPLOT_MAPS(run);
+  if (s.ensim_maps) WRITE_ENSIM_MAPS(run);
+}
+
+void compute_concentrations(RunState& run) {
+  if (!run.clock.MAPnow) return;
+  if (run.settings.gaussian_concentration) CONC_GAUSSIAN(run);
+  if (run.settings.particle_concentration) CONC_PARCEL_COUNT(run);
+}
+
 void parcel_step(RunState& run, const TrackFields& fields) {
   ParcelState& parcels = run.parcels;
   const int trapped_before = parcels.NUMtrapsum;
   release_parcels(run);
   BUILD_ALIVE_LIST(run);
   if (run.clock.STOPrun) return;
+  parcels.NUMlisted = parcels.NUMalive;
   TRACK_POPULATION(run, fields);
   SCAN_PARCELS(run);
+  parcels.NUMalive -= TRAP_REPORT(run);
   parcels.NUMactive = parcels.NUMalive - parcels.NUMdormant;
   parcels.NUMtrapped = parcels.NUMtrapsum - trapped_before;
   write_parcels(run);
+  compute_concentrations(run);
 }
 
 void time_loop(RunState& run) {
@@ -217,15 +243,21 @@ void time_loop(RunState& run) {
   const TrackFieldsOwner fields(make_track_fields());
   while (s.stop_run > run.clock.Tnow) {
     advance_clock(run.clock, s);
+    const double frame_before = run.flow.TIMEflow;
     if (s.currents) FLOW_ADVANCE(run);
+    if (s.waves) WAVES_ADVANCE(run);
     STEP_REPORT(run);
     if (s.population_record) WRITE_POPULATION_ROW(run);
-    const bool fields_changed = update_node_fields(run);
+    // A new frame changes the rise of the surface at once, also between two flow updates.
+    const bool frame_passed = run.flow.TIMEflow != frame_before;
+    const bool fields_changed = update_node_fields(run) || frame_passed;
     run.parcels.NUMnew = 0;
-    if (s.no_parcels) continue;
-    if (fields_changed) pack_track_fields(run, *fields);
-    parcel_step(run, *fields);
-    if (run.clock.STOPrun) return;
+    if (!s.no_parcels) {
+      if (fields_changed) pack_track_fields(run, *fields);
+      parcel_step(run, *fields);
+      if (run.clock.STOPrun) return;
+    }
+    write_maps(run);
   }
 }
 
@@ -244,8 +276,13 @@ void finish_parcels(RunState& run) {
     }
     FINISH_HYFS_PARCELS(run);
   }
-  console(run.messages, "\n");
+  if (run.traps.TRAPon && !s.residence_calc) {
+    TRAP_SUMMARY(run);
+  } else {
+    console(run.messages, "\n");
+  }
   close_file(run.output.population_file);
+  close_trap_reports(run);
   if (s.paths) WRITE_PATHS(run);
 }
 
@@ -261,6 +298,7 @@ void end_run(RunState& run) {
   console(run.messages, "\nRun stop:  %s  %s\n", day_text(now).c_str(), time_text(now).c_str());
   echo(run.messages, "\nRun stop:      %s @ %s\n", day_text(now).c_str(), time_text(now).c_str());
   close_file(run.output.population_file);
+  close_trap_reports(run);
   close_file(run.messages.echo_file);
   close_file(run.messages.error_file);
 }

@@ -62,6 +62,11 @@ class TextReader {
   void read_item(Item& value) {
     if (!item(value)) fail();
   }
+  // The same under error control.
+  template <class Item>
+  bool try_item(Item& value) {
+    return item(value);
+  }
   void end_record();  // drops what is left of the line
 
   // The next line as it stands, without its line end. False at the end of the file.

@@ -47,7 +47,7 @@ int hfcalendartojulian_f(int era, int year, int month, int day, int hour, int mi
                          double& julian_day) {
   // Era 0 counts the years before the common era, 1 before it being year 0 of the count.
   const int counted = era == common_era ? year : 1 - year;
-  const bool good = (era == common_era || era == 0) && counted >= -4700 && counted <= 99999 &&
+  const bool good = (era == common_era || era == 0) && counted >= -4712 && counted <= 99999 &&
                     month >= 1 && month <= 12 && day >= 1 && hour >= 0 && hour <= 23 &&
                     minute >= 0 && minute <= 59 && second >= 0.0 && second < 61.0;
   if (!good || day > days_of_month(counted, month)) return hyfs_dataset_invalid;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <ctime>
+#include <filesystem>
 #include <utility>
 
 #include "control/settings.h"
@@ -25,14 +26,33 @@ constexpr hsize_t most_k = 32767;
 
 // No file locks (someone who looks at the result must not stop the run), and no format whose files
 // carry a mark while they are open for writing: a run that is killed would leave the mark set.
-Id access_list() {
+Id access_list(bool read_only) {
   Id list(H5Pcreate(H5P_FILE_ACCESS));
   if (!list.good() || H5Pset_libver_bounds(list.get(), H5F_LIBVER_EARLIEST, H5F_LIBVER_V110) < 0 ||
       H5Pset_file_locking(list.get(), false, true) < 0 ||
-      H5Pset_fclose_degree(list.get(), H5F_CLOSE_STRONG) < 0) {
+      H5Pset_fclose_degree(list.get(), H5F_CLOSE_STRONG) < 0 ||
+      (!read_only && use_ordered_driver(list.get()) < 0)) {
     return Id();
   }
   return list;
+}
+
+// Two drivers on one file would each write what the other does not know of.
+bool open_for_writing(const std::string& path) {
+  const ssize_t count = H5Fget_obj_count(H5F_OBJ_ALL, H5F_OBJ_FILE);
+  if (count <= 0) return false;
+  std::vector<hid_t> files(static_cast<std::size_t>(count));
+  const ssize_t listed = H5Fget_obj_ids(H5F_OBJ_ALL, H5F_OBJ_FILE, files.size(), files.data());
+  files.resize(static_cast<std::size_t>(std::max<ssize_t>(listed, 0)));
+  return std::any_of(files.begin(), files.end(), [&path](hid_t file) {
+    unsigned intent = H5F_ACC_RDONLY;
+    const ssize_t length = H5Fget_name(file, nullptr, 0);
+    if (length <= 0 || H5Fget_intent(file, &intent) < 0 || intent == H5F_ACC_RDONLY) return false;
+    std::string name(static_cast<std::size_t>(length) + 1, '\0');
+    H5Fget_name(file, name.data(), name.size());
+    std::error_code error;
+    return std::filesystem::equivalent(name.c_str(), path, error);
+  });
 }
 
 hsize_t frames_times(std::int64_t frames, hsize_t chunks) {
@@ -68,11 +88,8 @@ unsigned index_k(const HyfsFileInfo& info, hsize_t width) {
 
 Id creation_list(const HyfsFileInfo& info, hsize_t width) {
   Id list(H5Pcreate(H5P_FILE_CREATE));
-  constexpr unsigned tracked = H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED;
   if (!list.good() || H5Pset_istore_k(list.get(), index_k(info, width)) < 0 ||
-      H5Pset_link_creation_order(list.get(), tracked) < 0 ||
-      H5Pset_attr_creation_order(list.get(), tracked) < 0 ||
-      H5Pset_obj_track_times(list.get(), false) < 0) {
+      set_group_form(list.get()) < 0) {
     return Id();
   }
   return list;
@@ -191,7 +208,8 @@ int hfopenfile_f(const std::string& path, bool read_only, HyfsHandle& file) {
   const std::string name = found_path(path);
   if (!file_exists(name) || is_directory(name)) return hyfs_io_error;
   if (H5Fis_hdf5(name.c_str()) == 0) return hyfs_not_hdf5;
-  const Id list = access_list();
+  if (!read_only && open_for_writing(name)) return hyfs_io_error;
+  const Id list = access_list(read_only);
   Id opened(H5Fopen(name.c_str(), read_only ? H5F_ACC_RDONLY : H5F_ACC_RDWR, list.get()));
   if (!opened.good()) return hyfs_io_error;
   if (!is_hyfs(opened.get())) return hyfs_not_hyfs;
@@ -204,9 +222,9 @@ int hfcreatefile_f(const std::string& path, bool overwrite, const HyfsFileInfo& 
   file = 0;
   if (const int status = hfpinitialize_f(); status < 0) return status;
   const hsize_t width = chunk_for(info);
-  const Id access = access_list();
+  const Id access = access_list(false);
   const Id creation = creation_list(info, width);
-  if (!creation.good()) return hyfs_io_error;
+  if (!access.good() || !creation.good() || open_for_writing(path)) return hyfs_io_error;
   const unsigned flags = overwrite ? H5F_ACC_TRUNC : H5F_ACC_EXCL;
   Id created(H5Fcreate(path.c_str(), flags, creation.get(), access.get()));
   if (!created.good() && path.find('\\') != std::string::npos) {

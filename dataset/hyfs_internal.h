@@ -35,6 +35,10 @@ class Id {
 // 0, or hyfs_io_error for a failed HDF5 call.
 inline int status_of(std::int64_t result) { return result < 0 ? hyfs_io_error : 0; }
 
+// Writing through a driver of our own, which puts nothing that is reachable out of order; see
+// hyfs_driver.cpp.
+int use_ordered_driver(hid_t access_list);
+
 // ---- attributes: fixed-length text, 4-byte integers, 8-byte and 4-byte reals ----
 bool has_attribute(hid_t object, const char* name);
 int write_text(hid_t object, const char* name, const std::string& text);  // nothing when empty
@@ -61,7 +65,11 @@ struct Place {
   std::string name;
 };
 int place_below(hid_t parent, const std::string& path, Place& place);
+// Properties of new groups. Their links stand in the header of the group, in room kept free for
+// them: what is added when frames are there already then changes one block in its place.
+int set_group_form(hid_t list);
 Id create_group(hid_t parent, const std::string& name);
+int link_object(hid_t object, hid_t group, const std::string& name);
 
 // ---- datasets ----
 struct Shape {
@@ -80,6 +88,7 @@ struct Storage {
   double fill = 0.0;
   bool filled = false;
 };
+// Without a name the dataset stands nowhere until it is linked.
 Id create_dataset(hid_t group, const std::string& name, hid_t type,
                   const std::vector<hsize_t>& size, const std::vector<hsize_t>& max,
                   const Storage& storage);
@@ -94,7 +103,9 @@ constexpr const char* pure_dimension = "This is a netCDF dimension but not a net
 int make_scale(hid_t dataset, const std::string& name);
 bool is_scale(hid_t dataset);
 bool is_pure_dimension(hid_t scale);
-int attach_scales(hid_t dataset, const std::vector<hid_t>& scales);
+// With `noted` each scale lists the dataset among those that use it. Without, the scale stays as it
+// is, and tools see the attachment on the side of the dataset alone.
+int attach_scales(hid_t dataset, const std::vector<hid_t>& scales, bool noted = true);
 Id scale_of(hid_t dataset, int axis);  // not good() if there is none
 Id create_dimension(hid_t file, const std::string& name, hsize_t length, bool growing);
 

@@ -47,6 +47,11 @@ std::string folder_name(hid_t parent, const std::string& part) {
   return has_link(parent, part) && !is_group(parent, part) ? part + "_" : part;
 }
 
+Id link_list() {
+  Id list(H5Pcreate(H5P_LINK_CREATE));
+  return H5Pset_char_encoding(list.get(), H5T_CSET_UTF8) < 0 ? Id() : std::move(list);
+}
+
 Id start_of(hid_t parent, const std::string& path) {
   const bool absolute = !path.empty() && path.front() == '/';
   if (!absolute && H5Iget_type(parent) == H5I_GROUP) {
@@ -110,17 +115,28 @@ bool exists_below(hid_t parent, const std::string& path) {
   return open_below(parent, path).good();
 }
 
-Id create_group(hid_t parent, const std::string& name) {
-  const Id links(H5Pcreate(H5P_LINK_CREATE));
-  const Id group(H5Pcreate(H5P_GROUP_CREATE));
+int set_group_form(hid_t list) {
   constexpr unsigned tracked = H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED;
-  if (H5Pset_char_encoding(links.get(), H5T_CSET_UTF8) < 0 ||
-      H5Pset_link_creation_order(group.get(), tracked) < 0 ||
-      H5Pset_attr_creation_order(group.get(), tracked) < 0 ||
-      H5Pset_obj_track_times(group.get(), false) < 0) {
-    return Id();
-  }
+  constexpr unsigned most_links = 200, fewest_links = 100;  // in the header; more go elsewhere
+  constexpr unsigned usual_links = 48, usual_name = 24;
+  const bool good = H5Pset_link_creation_order(list, tracked) >= 0 &&
+                    H5Pset_attr_creation_order(list, tracked) >= 0 &&
+                    H5Pset_link_phase_change(list, most_links, fewest_links) >= 0 &&
+                    H5Pset_est_link_info(list, usual_links, usual_name) >= 0 &&
+                    H5Pset_obj_track_times(list, false) >= 0;
+  return good ? 0 : hyfs_io_error;
+}
+
+Id create_group(hid_t parent, const std::string& name) {
+  const Id links = link_list();
+  const Id group(H5Pcreate(H5P_GROUP_CREATE));
+  if (!links.good() || !group.good() || set_group_form(group.get()) < 0) return Id();
   return Id(H5Gcreate2(parent, name.c_str(), links.get(), group.get(), H5P_DEFAULT));
+}
+
+int link_object(hid_t object, hid_t group, const std::string& name) {
+  const Id links = link_list();
+  return status_of(H5Olink(object, group, name.c_str(), links.get(), H5P_DEFAULT));
 }
 
 int place_below(hid_t parent, const std::string& path, Place& place) {
@@ -173,12 +189,12 @@ Id create_dataset(hid_t group, const std::string& name, hid_t type,
   const int rank = static_cast<int>(size.size());
   const Id space(rank == 0 ? H5Screate(H5S_SCALAR)
                            : H5Screate_simple(rank, size.data(), max.data()));
-  const Id links(H5Pcreate(H5P_LINK_CREATE));
+  const Id links = link_list();
   const Id list(H5Pcreate(H5P_DATASET_CREATE));
   const hid_t p = list.get();
   constexpr unsigned tracked = H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED;
-  bool good = space.good() && H5Pset_char_encoding(links.get(), H5T_CSET_UTF8) >= 0 &&
-              H5Pset_attr_creation_order(p, tracked) >= 0 && H5Pset_obj_track_times(p, false) >= 0;
+  bool good = space.good() && links.good() && H5Pset_attr_creation_order(p, tracked) >= 0 &&
+              H5Pset_obj_track_times(p, false) >= 0;
   if (good && !storage.chunk.empty()) {
     good = H5Pset_chunk(p, rank, storage.chunk.data()) >= 0 &&
            H5Pset_alloc_time(p, H5D_ALLOC_TIME_INCR) >= 0 &&
@@ -192,6 +208,7 @@ Id create_dataset(hid_t group, const std::string& name, hid_t type,
     good = H5Pset_fill_value(p, H5T_NATIVE_DOUBLE, &storage.fill) >= 0;
   }
   if (!good) return Id();
+  if (name.empty()) return Id(H5Dcreate_anon(group, type, space.get(), p, H5P_DEFAULT));
   return Id(H5Dcreate2(group, name.c_str(), type, space.get(), links.get(), p, H5P_DEFAULT));
 }
 

@@ -151,10 +151,8 @@ int hfcreategeometricpathgroup_f(HyfsHandle file, const std::string& path, const
   Id created = create_group(place.group.get(), place.name);
   if (!created.good()) return hyfs_io_error;
   for (const Position& position : positions_of_parcel) {
-    if (H5Lcreate_hard(root.get(), position.name, created.get(), position.name, H5P_DEFAULT,
-                       H5P_DEFAULT) < 0) {
-      return hyfs_io_error;
-    }
+    const Id values = open_below(root.get(), position.name);
+    if (const int s = link_object(values.get(), created.get(), position.name); s < 0) return s;
   }
   int status = write_text(created.get(), "hyfs_type", particle_type);
   if (status >= 0) status = write_text(created.get(), "hyfs_guid", guid);

@@ -91,7 +91,7 @@ bool is_pure_dimension(hid_t scale) {
   return read_text(scale, "NAME", text) >= 0 && text.rfind(pure_dimension, 0) == 0;
 }
 
-int attach_scales(hid_t dataset, const std::vector<hid_t>& scales) {
+int attach_scales(hid_t dataset, const std::vector<hid_t>& scales, bool noted) {
   std::vector<hobj_ref_t> references(scales.size());
   std::vector<hvl_t> lists(scales.size());
   for (std::size_t i = 0; i < scales.size(); ++i) {
@@ -112,7 +112,7 @@ int attach_scales(hid_t dataset, const std::vector<hid_t>& scales) {
   if (!attribute.good() || H5Awrite(attribute.get(), type.get(), lists.data()) < 0) {
     return hyfs_io_error;
   }
-  for (std::size_t i = 0; i < scales.size(); ++i) {
+  for (std::size_t i = 0; i < scales.size() && noted; ++i) {
     if (scales[i] < 0) continue;
     const int status = note_use(scales[i], dataset, static_cast<int>(i));
     if (status < 0) return status;

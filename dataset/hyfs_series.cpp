@@ -133,6 +133,7 @@ constexpr double netcdf_fill = 9.9692099683868690e+36;  // of 4-byte and 8-byte 
 
 Packing packing_of(hid_t dataset) {
   Packing packing;
+  if (type_of(dataset) == scalar_type) return packing;  // ours
   std::vector<double> numbers;
   if (read_numbers(dataset, "scale_factor", numbers) >= 0) {
     packing.factor = numbers[0];

@@ -142,6 +142,16 @@ int write_series_attributes(hid_t dataset, const Plan& plan, const HyfsDatasetIn
   return write_fill(dataset, fill, H5T_IEEE_F32LE);
 }
 
+// Variables of parcels stand in the root, where viewers and scripts look, and in their group.
+int link_series(const Plan& plan, hid_t dataset) {
+  const Id root(H5Gopen2(plan.file.get(), "/", H5P_DEFAULT));
+  if (plan.particles && !exists_below(root.get(), plan.place.name)) {
+    const int status = link_object(dataset, root.get(), plan.place.name);
+    if (status < 0) return status;
+  }
+  return link_object(dataset, plan.place.group.get(), plan.place.name);
+}
+
 int create_series(const Plan& plan, const HyfsDatasetInfo& info, const std::string& long_name,
                   int code, Id& dataset) {
   const Id dimension = value_dimension(plan);
@@ -163,20 +173,13 @@ int create_series(const Plan& plan, const HyfsDatasetInfo& info, const std::stri
     storage.chunk.insert(storage.chunk.begin(), 1);
     scales.insert(scales.begin(), times.get());
   }
-  // Variables of parcels stand in the root, where viewers and scripts look, and in their group.
-  const hid_t group = plan.place.group.get();
-  const Id root(H5Gopen2(plan.file.get(), "/", H5P_DEFAULT));
-  const bool in_root = plan.particles && !exists_below(root.get(), plan.place.name);
-  dataset = create_dataset(in_root ? root.get() : group, plan.place.name, H5T_IEEE_F32LE, size,
-                           max, storage);
+  dataset = create_dataset(plan.file.get(), "", H5T_IEEE_F32LE, size, max, storage);
   if (!dataset.good()) return hyfs_io_error;
-  if (in_root && H5Lcreate_hard(root.get(), plan.place.name.c_str(), group,
-                                plan.place.name.c_str(), H5P_DEFAULT, H5P_DEFAULT) < 0) {
-    return hyfs_io_error;
-  }
-  const int status =
-      write_series_attributes(dataset.get(), plan, info, long_name, storage.fill, code);
-  return status < 0 ? status : attach_scales(dataset.get(), scales);
+  int status = write_series_attributes(dataset.get(), plan, info, long_name, storage.fill, code);
+  // A constant comes when the frames are there. A growing list of its scale would free a piece of
+  // its header, the new dataset would take that, and it would then be written out of order.
+  if (status >= 0) status = attach_scales(dataset.get(), scales, !plan.constant);
+  return status < 0 ? status : link_series(plan, dataset.get());
 }
 
 int create_scalar(HyfsHandle parent, const std::string& path, const HyfsDatasetInfo& info,

@@ -1,7 +1,7 @@
 #include "flow/flow_frames.h"
 
+#include <cmath>
 #include <limits>
-#include <utility>
 
 #include "control/run_clock.h"
 #include "control/text_tools.h"
@@ -81,6 +81,7 @@ void read_text_frame(RunState& run) {
               "FLOW_FORMAT " + run.settings.flow_format + " not available in this version");
 }
 
+// The newer frame stays as it is: an item left out of the next frame keeps its value.
 void copy_new_to_old(FlowState& flow) {
   flow.ETAold = flow.ETAnew;
   flow.Uold = flow.Unew;
@@ -90,17 +91,6 @@ void copy_new_to_old(FlowState& flow) {
   flow.SALold = flow.SALnew;
   flow.TEMold = flow.TEMnew;
   flow.SIGold = flow.SIGnew;
-}
-
-// The newer frame becomes the older; the newer is overwritten as a whole by the next reading.
-void pass_new_to_old(FlowState& flow) {
-  std::swap(flow.ETAold, flow.ETAnew);
-  std::swap(flow.Uold, flow.Unew);
-  std::swap(flow.Vold, flow.Vnew);
-  std::swap(flow.Wold, flow.Wnew);
-  std::swap(flow.DENold, flow.DENnew);
-  std::swap(flow.SALold, flow.SALnew);
-  std::swap(flow.TEMold, flow.TEMnew);
 }
 
 void show_progress(const RunState& run, const char* what, double time) {
@@ -178,7 +168,7 @@ bool at_last_frame(const FlowState& flow, double t) {
 void advance_text(RunState& run, double t) {
   FlowState& flow = run.flow;
   while (flow.TIMEflow < t && !at_last_frame(flow, t)) {
-    pass_new_to_old(flow);
+    copy_new_to_old(flow);
     read_text_frame(run);
     flow.TIMEold = flow.TIMEflow;
     flow.TIMEflow = flow.frame_time + flow_offset(run);
@@ -202,11 +192,20 @@ void advance_dataset(RunState& run, double t) {
   if (flow.FRAMEflow != frame_before) read_dataset_frame(run, flow.FRAMEflow, true);
 }
 
+// The same for the bottom file, whose times are held in 4 bytes.
+bool at_last_bottom_frame(const RunState& run, double t) {
+  const FlowState& flow = run.flow;
+  if (!flow.bottom_file->only_blanks_left()) return false;
+  const double file_time = flow.TIMEbottom - run.settings.bottom_start_flow;
+  const double rounding = 1.2e-7 * std::abs(file_time) + 2.4e-7 * (flow.TIMElast - flow.TIMEfirst);
+  return t - flow.TIMEbottom <= rounding;
+}
+
 void advance_bottom(RunState& run, double t) {
   FlowState& flow = run.flow;
-  while (flow.TIMEbottom < t) {
-    std::swap(flow.UBold, flow.UBnew);
-    std::swap(flow.VBold, flow.VBnew);
+  while (flow.TIMEbottom < t && !at_last_bottom_frame(run, t)) {
+    flow.UBold = flow.UBnew;
+    flow.VBold = flow.VBnew;
     const double time = READ_FRAME_BOTTOM(run, flow.UBnew, flow.VBnew);
     ++flow.FRAMEbottom;
     flow.TIMEbottom = time + run.settings.bottom_start_flow;
@@ -345,14 +344,15 @@ void FLOW_ADVANCE(RunState& run) {
   const FrameSource source = frame_source(run);
   if (source == FrameSource::text) advance_text(run, t);
   if (source == FrameSource::dataset) advance_dataset(run, t);
+  // Behind the data no bottom frame is looked for.
+  if (two_point(run) && t <= flow.TIMElast) advance_bottom(run, t);
   if (t < flow.TIMEearliest) {
     stop_outside_data(run, "*** HYDRO. DATA DOES NOT START UNTIL: ", flow.TIMEearliest);
   }
   if (t > flow.TIMElast) stop_outside_data(run, "*** HYDRO. DATA FINISHES AT: ", flow.TIMElast);
 
-  if (two_point(run)) advance_bottom(run, t);
   const double interval = static_cast<double>(flow.dTime);
-  if (t <= flow.TIMEfirst || interval <= 0.0) {
+  if (t <= flow.TIMEfirst || flow.NUMframes <= 1 || interval <= 0.0) {
     flow.FLOWfrac = 0.0f;
   } else {
     flow.FLOWfrac = static_cast<float>((t - flow.TIMEflow + interval) / interval);

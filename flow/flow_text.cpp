@@ -1,11 +1,13 @@
 #include "flow/flow_text.h"
 
-#include <cmath>
+#include <algorithm>
+#include <initializer_list>
 #include <limits>
 #include <string_view>
 #include <vector>
 
 #include "control/text_tools.h"
+#include "flow/flow_text_parts.h"
 
 namespace dfl {
 
@@ -13,12 +15,10 @@ namespace {
 
 constexpr const char* time_error_2d = "*** Time error in ADCIRC files ***";
 constexpr const char* time_error_3d = "*** Time error in 3Dv ADCIRC files ***";
-constexpr const char* time_error_kfe = "*** Time error in KFE files ***";
 
 constexpr int most_frames = 10000000;
 constexpr float sigma_t_limit = 200.0f;    // kg/m3; a whole field below it is no full density
 constexpr float sigma_t_offset = 1000.0f;  // kg/m3
-constexpr std::size_t header_width = 180;  // characters of a line of the "kfe" form
 
 // ---------------------------------------------------------------- opening
 
@@ -26,16 +26,6 @@ struct Head {
   int frames = 0, nodes = 0, steps = 0, layers = 0, values = 0;
   float interval = 0.0f;  // s
 };
-
-std::string with_extension(const std::string& name, const char* extension) {
-  return contains(name, ".") ? name : name + extension;
-}
-
-std::unique_ptr<TextReader> open_existing(RunState& run, const std::string& name, const char* what,
-                                          const char* extension) {
-  console(run.messages, "Opening %s data file...\n", what);
-  return std::make_unique<TextReader>(run.messages, with_extension(name, extension));
-}
 
 void check_counts(const TextReader& in, const Head& head) {
   if (head.frames < 1 || head.frames > most_frames) {
@@ -51,7 +41,6 @@ Head read_head(TextReader& in) {
   Head head;
   in.skip_line();
   in.read(head.frames, head.nodes, head.interval, head.steps, head.values);
-  check_counts(in, head);
   return head;
 }
 
@@ -60,7 +49,6 @@ Head read_layered_head(TextReader& in) {
   Head head;
   in.skip_line();
   in.read(head.frames, head.nodes, head.interval, head.steps, head.layers, head.values);
-  check_counts(in, head);
   return head;
 }
 
@@ -84,7 +72,6 @@ Head read_scalar_head(TextReader& in, int NUMlayers) {
   in.read_item(head.interval);
   in.read_item(head.steps);
   in.read_item(head.values);
-  check_counts(in, head);
   if (head.values == NUMlayers) {
     const MessageState unused;
     TextReader rest(unused, in.path(), std::string(in.rest_of_line()), in.line());
@@ -111,8 +98,9 @@ void write_block(const RunState& run, const char* title, const Head& head) {
 Head open_elevation(RunState& run) {
   FlowState& flow = run.flow;
   flow.elevation_file =
-      open_existing(run, run.settings.flow_file_z, "water surface elevation", ".63");
+      open_flow_file(run, run.settings.flow_file_z, "water surface elevation", ".63");
   const Head head = read_head(*flow.elevation_file);
+  check_counts(*flow.elevation_file, head);
   flow.NUMframes = head.frames;
   flow.dTime = head.interval;
   return head;
@@ -145,19 +133,6 @@ struct FrameHeader {
   int count = 0;       // node lines that follow
   float value = 0.0f;  // sparse: of all other nodes
 };
-
-// A file whose frame times do not agree with those of the file read before it.
-[[noreturn]] void stop_at_times(const RunState& run, const char* text, double reference_time,
-                                int reference_step, double time, int step) {
-  const std::string numbers = columns(reference_time, 12, 1) + columns(reference_step, 6) +
-                              columns(time, 12, 1) + columns(step, 6);
-  if (std::FILE* file = open_error_file(run.messages)) {
-    std::fprintf(file, "\n\n%s\n\n%s\n", text, numbers.c_str());
-  }
-  console(run.messages, "\n\n%s <ENTER>\n\n%s\n", text, numbers.c_str());
-  read_console_line(run.messages);
-  stop_run(run.messages, true);
-}
 
 // Files of one run hold the same times, but not all of them fit 4 bytes: they agree if they are
 // equal there.
@@ -221,36 +196,6 @@ FrameHeader read_layered_header(TextReader& in, int positions, std::vector<float
   return header;
 }
 
-// `seen` stays empty as long as node i stands on line i.
-void check_node(const TextReader& in, int n, int line, int NUMnode, std::vector<bool>& seen) {
-  if (n < 1 || n > NUMnode) {
-    in.stop("expected a node number from 1 to " + std::to_string(NUMnode) + ", found " +
-            std::to_string(n));
-  }
-  if (seen.empty()) {
-    seen.assign(static_cast<std::size_t>(NUMnode) + 1, false);
-    for (int i = 1; i < line; ++i) seen[static_cast<std::size_t>(i)] = true;
-  }
-  if (seen[static_cast<std::size_t>(n)]) {
-    in.stop("node " + std::to_string(n) + " stands twice, another is missing");
-  }
-  seen[static_cast<std::size_t>(n)] = true;
-}
-
-// Lines in any order: the number at the head of each says which node `values` reads.
-template <class Values>
-void read_node_lines(TextReader& in, int lines, int NUMnode, Values values) {
-  std::vector<bool> seen;
-  for (int i = 1; i <= lines; ++i) {
-    int n = 0;
-    in.begin_record();
-    in.read_item(n);
-    if (n != i || !seen.empty()) check_node(in, n, i, NUMnode, seen);
-    values(n);
-    in.end_record();
-  }
-}
-
 void read_surface(TextReader& in, const FrameHeader& header, Array<float>& eta) {
   if (header.sparse) eta.fill(header.value);
   read_node_lines(in, header.count, eta.size(), [&](int n) { in.read_item(eta(n)); });
@@ -292,6 +237,23 @@ void set_sigma(const TextReader& in, FlowState& flow, const std::vector<float>& 
   }
 }
 
+// Reads a frame of the scalar file into `fields`, in the order in which the file has them.
+void read_scalar_frame(RunState& run, std::initializer_list<Array2<float>*> fields) {
+  const FlowState& flow = run.flow;
+  if (flow.scalar_file == nullptr) fatal_error(run.messages, "IDEN does not match 3D-DST file");
+  TextReader& in = *flow.scalar_file;
+  const int count = static_cast<int>(fields.size());
+  const int position_count = count * flow.NUMlayers - (count < 3 ? 1 : 2);
+  std::vector<float> positions;
+  const FrameHeader header = read_layered_header(in, position_count, positions);
+  compare_times(run, time_error_3d, narrow_time(header), header.step);
+  read_node_lines(in, run.mesh.NUMnode, run.mesh.NUMnode, [&](int n) {
+    for (int k = 1; k <= flow.NUMlayers; ++k) {
+      for (Array2<float>* field : fields) in.read_item((*field)(n, k));
+    }
+  });
+}
+
 // Density fields may hold sigma-t; which of the two is seen in the first frame.
 void complete_density(RunState& run) {
   FlowState& flow = run.flow;
@@ -311,106 +273,40 @@ void complete_density(RunState& run) {
   for (std::size_t i = 0; i < flow.DENnew.count(); ++i) flow.DENnew.data()[i] += sigma_t_offset;
 }
 
-// ---------------------------------------------------------------- the "kfe" form
+}  // namespace
 
-struct KfeHead {
-  int step = 0;
-  float time = 0.0f;  // s
-};
-
-// A header line's integer behind its keyword.
-int kfe_count(const RunState& run, TextReader& in, const std::string& line) {
-  int parts = 0, count = 0;
-  std::string keyword, value;
-  CARD_SPLIT(line, ' ', parts, keyword, value);
-  TextReader(run.messages, in.path(), value, in.line()).read(count);
-  return count;
+std::unique_ptr<TextReader> open_flow_file(RunState& run, const std::string& name, const char* what,
+                                           const char* extension) {
+  console(run.messages, "Opening %s data file...\n", what);
+  return std::make_unique<TextReader>(run.messages, contains(name, ".") ? name : name + extension);
 }
 
-std::string kfe_line(TextReader& in) {
-  std::string line;
-  if (!in.read_line(line)) in.stop("expected a line, found the end of the file");
-  return line.substr(0, header_width);
-}
-
-// The head of the next frame; false at the end of the data.
-bool read_kfe_head(const RunState& run, TextReader& in, KfeHead& head) {
-  std::string line;
-  do {
-    if (!in.read_line(line)) return false;
-    line.resize(std::min(line.size(), header_width));
-    if (line.rfind("ENDDS", 0) == 0) return false;
-  } while (line.find_first_not_of(" \t") == std::string::npos && in.only_blanks_left());
-  int parts = 0;
-  std::string keyword, values;
-  CARD_SPLIT(line, ' ', parts, keyword, values);
-  TextReader(run.messages, in.path(), values, in.line()).read(head.step, head.time);
-  return true;
-}
-
-KfeHead read_kfe_head(const RunState& run, TextReader& in) {
-  KfeHead head;
-  if (!read_kfe_head(run, in, head)) in.stop("expected a frame, found the end of the data");
-  return head;
-}
-
-struct KfeMeasure {
-  int frames = 0;
-  float interval = 0.0f;  // s, between the first two frames
-};
-
-KfeMeasure measure_kfe(const RunState& run, TextReader& in) {
-  KfeMeasure measure;
-  KfeHead head;
-  float first_time = 0.0f;
-  while (read_kfe_head(run, in, head)) {
-    if (measure.frames == 0) first_time = head.time;
-    if (measure.frames == 1) measure.interval = head.time - first_time;
-    for (int n = 1; n <= run.mesh.NUMnode; ++n) in.skip_line();
-    ++measure.frames;
+void stop_at_times(const RunState& run, const char* text, double reference_time, int reference_step,
+                   double time, int step) {
+  const std::string numbers = columns(reference_time, 12, 1) + columns(reference_step, 6) +
+                              columns(time, 12, 1) + columns(step, 6);
+  if (std::FILE* file = open_error_file(run.messages)) {
+    std::fprintf(file, "\n\n%s\n\n%s\n", text, numbers.c_str());
   }
-  if (measure.frames == 0) in.stop("expected a frame, found the end of the data");
-  return measure;
-}
-
-// No entry in the error file.
-[[noreturn]] void stop_kfe_header(const RunState& run, const char* file) {
-  console(run.messages, "NUMnode error in KFE %s file\n", file);
+  console(run.messages, "\n\n%s <ENTER>\n\n%s\n", text, numbers.c_str());
+  read_console_line(run.messages);
   stop_run(run.messages, true);
 }
 
-// The six header lines of both files in step.
-void read_kfe_headers(const RunState& run) {
-  TextReader& displacement = *run.flow.elevation_file;
-  TextReader& velocity = *run.flow.velocity_file;
-  for (int i = 1; i <= 6; ++i) {
-    const std::string displacement_line = kfe_line(displacement);
-    const std::string velocity_line = kfe_line(velocity);
-    if (i != 4 && i != 5) continue;
-    const int wanted = i == 4 ? run.mesh.NUMnode : run.mesh.NUMelem;
-    if (kfe_count(run, displacement, displacement_line) != wanted) stop_kfe_header(run, "prs");
-    if (kfe_count(run, velocity, velocity_line) != wanted) stop_kfe_header(run, "vel");
+void check_node(const TextReader& in, int n, int line, int NUMnode, std::vector<bool>& seen) {
+  if (n < 1 || n > NUMnode) {
+    in.stop("expected a node number from 1 to " + std::to_string(NUMnode) + ", found " +
+            std::to_string(n));
   }
+  if (seen.empty()) {
+    seen.assign(static_cast<std::size_t>(NUMnode) + 1, false);
+    for (int i = 1; i < line; ++i) seen[static_cast<std::size_t>(i)] = true;
+  }
+  if (seen[static_cast<std::size_t>(n)]) {
+    in.stop("node " + std::to_string(n) + " stands twice, another is missing");
+  }
+  seen[static_cast<std::size_t>(n)] = true;
 }
-
-// Which nodes have a bottom point.
-void read_bottom_mask(RunState& run) {
-  const int NUMnode = run.mesh.NUMnode;
-  run.flow.BOTTOMmask.allocate(NUMnode, logical_true);
-  if (run.settings.bottom_mask_file == "none") return;
-  TextReader in(run.messages, run.settings.bottom_mask_file);
-  in.skip_line();
-  int count = 0;
-  in.read(count);
-  if (count != NUMnode) REPORT(run.messages, true, "*** MASK file error (NUMnode)");
-  read_node_lines(in, NUMnode, NUMnode, [&](int n) {
-    int flag = 0;
-    in.read_item(flag);
-    run.flow.BOTTOMmask(n) = flag == 1 ? logical_true : logical_false;
-  });
-}
-
-}  // namespace
 
 void OPEN_FLOW_2D(RunState& run) {
   FlowState& flow = run.flow;
@@ -429,7 +325,7 @@ void OPEN_FLOW_2D(RunState& run) {
   write_block(run, "Levels File", elevation);
   check_elevation(run, elevation);
 
-  flow.velocity_file = open_existing(run, run.settings.flow_file_uv, "velocity", ".64");
+  flow.velocity_file = open_flow_file(run, run.settings.flow_file_uv, "velocity", ".64");
   const Head velocity = read_head(*flow.velocity_file);
   write_block(run, "Flows File", velocity);
   check_against(run, elevation, velocity, "VEL", velocity.values == 2);
@@ -441,7 +337,7 @@ void OPEN_FLOW_3D(RunState& run) {
   write_block(run, "Levels File", elevation);
   check_elevation(run, elevation);
 
-  flow.velocity_file = open_existing(run, run.settings.flow_file_uv, "velocity", ".45");
+  flow.velocity_file = open_flow_file(run, run.settings.flow_file_uv, "velocity", ".45");
   const Head velocity = read_layered_head(*flow.velocity_file);
   flow.NUMlayers = velocity.layers;
   write_block(run, "Flows File", velocity);
@@ -451,7 +347,7 @@ void OPEN_FLOW_3D(RunState& run) {
 
   if (run.settings.flow_file_dst == "none") return;
   flow.scalar_file =
-      open_existing(run, run.settings.flow_file_dst, "density/salinity/temperature", ".44");
+      open_flow_file(run, run.settings.flow_file_dst, "density/salinity/temperature", ".44");
   const Head scalars = read_scalar_head(*flow.scalar_file, flow.NUMlayers);
   const bool code_given = scalars.layers > 0;
   write_block(run, "Flows File", scalars);
@@ -461,51 +357,6 @@ void OPEN_FLOW_3D(RunState& run) {
       (code_given && run.settings.IDEN > 0 && run.settings.IDEN != scalars.values)) {
     REPORT(run.messages, true, "IDEN does not match 3D-DST file");
   }
-}
-
-void OPEN_FLOW_KFE(RunState& run) {
-  FlowState& flow = run.flow;
-  flow.elevation_file = open_existing(run, run.settings.flow_file_z, "displacement", ".dat");
-  flow.velocity_file = open_existing(run, run.settings.flow_file_uv, "velocity", ".dat");
-  read_kfe_headers(run);
-  const TextReader::Place first_displacement = flow.elevation_file->place();
-  const TextReader::Place first_velocity = flow.velocity_file->place();
-  const KfeMeasure displacement = measure_kfe(run, *flow.elevation_file);
-  const KfeMeasure velocity = measure_kfe(run, *flow.velocity_file);
-  if (displacement.frames != velocity.frames) {
-    REPORT(run.messages, true, "*** Number of steps do not match in dsp and vel files ***");
-  }
-  if (displacement.interval != velocity.interval) {
-    REPORT(run.messages, true, "*** Times do not match in dsp and vel files ***");
-  }
-  flow.elevation_file->go_to(first_displacement);
-  flow.velocity_file->go_to(first_velocity);
-  if (displacement.frames > 1 && !(displacement.interval > 0.0f)) {
-    flow.elevation_file->stop("expected an interval between frames above 0");
-  }
-  flow.dTime = displacement.interval;
-  flow.NUMframes = displacement.frames;
-  flow.NUMlayers = 1;
-}
-
-void OPEN_BOTTOM_FLOW(RunState& run) {
-  FlowState& flow = run.flow;
-  for (Array<float>* field :
-       {&flow.UBold, &flow.UBnew, &flow.UBnode, &flow.VBold, &flow.VBnew, &flow.VBnode}) {
-    field->allocate(run.mesh.NUMnode);
-  }
-  if (run.settings.method.bottom_flow == FlowFormat::adcirc) {
-    flow.bottom_file = std::make_unique<TextReader>(run.messages, run.settings.bottom_flow_file);
-    Ignored any;
-    flow.bottom_file->skip_line();
-    flow.bottom_file->read(any, any, any, any, any);
-  } else if (run.settings.method.bottom_flow == FlowFormat::hyfs) {
-    fatal_error(run.messages, "BOTTOM_FLOW_FORMAT " + run.settings.bottom_flow_format +
-                                  " not available in this version");
-  } else {
-    REPORT(run.messages, true, "*** FLOW_FILE type not supported ***");
-  }
-  read_bottom_mask(run);
 }
 
 void READ_FRAME_2D(RunState& run, Array<float>& eta, Array2<float>& u, Array2<float>& v) {
@@ -554,47 +405,26 @@ void READ_FRAME_3D(RunState& run) {
   average_over_depth(flow);
 }
 
-void READ_SCALARS(RunState& run) {
-  FlowState& flow = run.flow;
-  if (flow.scalar_file == nullptr) fatal_error(run.messages, "IDEN does not match 3D-DST file");
-  TextReader& in = *flow.scalar_file;
-  // In the order of the file.
-  std::vector<Array2<float>*> fields = {&flow.DENnew};
-  if (flow.IDEN == 3 || flow.IDEN == 4) fields.push_back(&flow.TEMnew);
-  if (flow.IDEN == 2 || flow.IDEN == 4) fields.push_back(&flow.SALnew);
-  const int count = static_cast<int>(fields.size());
-  const int position_count = count * flow.NUMlayers - (count < 3 ? 1 : 2);
-  std::vector<float> positions;
-  const FrameHeader header = read_layered_header(in, position_count, positions);
-  compare_times(run, time_error_3d, narrow_time(header), header.step);
-  read_node_lines(in, run.mesh.NUMnode, run.mesh.NUMnode, [&](int n) {
-    for (int k = 1; k <= flow.NUMlayers; ++k) {
-      for (Array2<float>* field : fields) in.read_item((*field)(n, k));
-    }
-  });
-  complete_density(run);
+void READ_SCALARS_1(RunState& run, Array2<float>& field) {
+  read_scalar_frame(run, {&field});
 }
 
-void READ_FRAME_KFE(RunState& run) {
-  FlowState& flow = run.flow;
-  TextReader& displacement = *flow.elevation_file;
-  ++flow.frame_step;
-  const KfeHead reference = read_kfe_head(run, displacement);
-  flow.frame_time = static_cast<double>(reference.time);
-  for (int n = 1; n <= run.mesh.NUMnode; ++n) displacement.read(flow.ETAnew(n));
+void READ_SCALARS_2(RunState& run, Array2<float>& first, Array2<float>& second) {
+  read_scalar_frame(run, {&first, &second});
+}
 
-  TextReader& velocity = *flow.velocity_file;
-  const KfeHead head = read_kfe_head(run, velocity);
-  if (head.time != reference.time) {
-    stop_at_times(run, time_error_kfe, flow.frame_time, reference.step,
-                  static_cast<double>(head.time), head.step);
-  }
-  for (int n = 1; n <= run.mesh.NUMnode; ++n) {
-    velocity.read(flow.Unew(n, 1), flow.Vnew(n, 1), flow.Wnew(n, 1));
-    // One level: the average over the depth is its value.
-    flow.Unew(n, 0) = flow.Unew(n, 1);
-    flow.Vnew(n, 0) = flow.Vnew(n, 1);
-  }
+void READ_SCALARS_3(RunState& run, Array2<float>& first, Array2<float>& second,
+                    Array2<float>& third) {
+  read_scalar_frame(run, {&first, &second, &third});
+}
+
+void READ_SCALARS(RunState& run) {
+  FlowState& flow = run.flow;
+  if (flow.IDEN == 1) READ_SCALARS_1(run, flow.DENnew);
+  if (flow.IDEN == 2) READ_SCALARS_2(run, flow.DENnew, flow.SALnew);
+  if (flow.IDEN == 3) READ_SCALARS_2(run, flow.DENnew, flow.TEMnew);
+  if (flow.IDEN == 4) READ_SCALARS_3(run, flow.DENnew, flow.TEMnew, flow.SALnew);
+  complete_density(run);
 }
 
 }  // namespace dfl

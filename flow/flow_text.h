@@ -40,8 +40,14 @@ void OPEN_BOTTOM_FLOW(RunState& run);
 // Read the next frame. Time and step as in the file go to run.flow.frame_time and frame_step.
 void READ_FRAME_2D(RunState& run, Array<float>& eta, Array2<float>& u, Array2<float>& v);
 void READ_FRAME_3D(RunState& run);  // ETAnew, Unew, Vnew, Wnew, SIGMA
-void READ_SCALARS(RunState& run);   // the fields that IDEN 1 to 4 names, into the new frame
 void READ_FRAME_KFE(RunState& run);
+// A scalar frame of one, two or three fields, given in the order of the file.
+void READ_SCALARS_1(RunState& run, Array2<float>& field);
+void READ_SCALARS_2(RunState& run, Array2<float>& first, Array2<float>& second);
+void READ_SCALARS_3(RunState& run, Array2<float>& first, Array2<float>& second,
+                    Array2<float>& third);
+// The one of them that IDEN 1 to 4 names, into the new frame; sigma-t becomes density.
+void READ_SCALARS(RunState& run);
 // The velocity frame alone, of the bottom file. Returns its time as in the file, s.
 double READ_FRAME_BOTTOM(RunState& run, Array<float>& u, Array<float>& v);
 

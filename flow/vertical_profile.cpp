@@ -106,9 +106,11 @@ void SUSPENDED_LAYER(VelocityMethod method, float H, float Ws, float S, float MO
   const float Uc = ustar * 2.5f * std::log(30.0f * hr / KStotal) * fs +
                    (1.0f - fs) * (10.0f - 7.0f / std::sqrt(MOBILITY)) * ustarc;
   fr = Uc / std::max(S, 0.001f);
-  // Where the log profile has the speed Uc; in still water, where it begins.
-  const float relative_speed = ustar == 0.0f ? 0.0f : Uc / ustar;
-  hc = KStotal * std::pow(10.0f, 0.173913f * relative_speed - 1.47826f);
+  // Where the log profile has the speed Uc. Without shear, or with so little that the power has no
+  // finite value, nothing is held up: where the profile begins.
+  const float power = ustar == 0.0f ? -1.47826f : 0.173913f * Uc / ustar - 1.47826f;
+  hc = KStotal * std::pow(10.0f, power);
+  if (!std::isfinite(hc)) hc = KStotal * std::pow(10.0f, -1.47826f);
 }
 
 void CENTROID_VAN_RIJN(const MessageState& messages, VelocityMethod method, const CentroidInput& in,

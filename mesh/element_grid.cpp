@@ -17,13 +17,15 @@ namespace {
 
 using Cell = ElementGrid::Cell;
 using Lattice = ElementGrid::Lattice;
+using List = ElementGrid::List;
 
-constexpr int crowded = 16;         // a cell with more candidates gets a finer lattice
 constexpr int deepest = 24;         // levels of lattices
 constexpr double cell_share = 0.7;  // cell side over mean side of the bounding boxes
 constexpr double worth_it = 0.7;    // a finer lattice must cut the candidates to this share
-constexpr std::int64_t cells_per_element = 16;    // in one lattice, on average
-constexpr std::int64_t entries_per_element = 24;  // in the whole grid, on average
+constexpr std::int64_t lattice_entries = 16;  // of the cells of one lattice, for each element
+constexpr std::int64_t grid_entries = 24;     // of all cells, for each element
+constexpr std::int64_t grid_cells = 3;        // for each element
+constexpr int coarsest_shift = 7;
 
 struct Box {
   double x_min, x_max, y_min, y_max;
@@ -41,8 +43,8 @@ struct Task {
   int cell = -1;  // in grid.cells; -1 for the whole mesh
   int depth = 0;
   Box box{};
-  Box reach{};             // holds every point that is looked up here
-  std::vector<int> ranks;  // ascending
+  Box reach{};  // holds every point that is looked up here
+  std::vector<int> elements;
 };
 
 // A lattice under way.
@@ -51,9 +53,9 @@ struct Draft {
   Box reach{};
   double cell_width = 0.0, cell_height = 0.0;
   double slack_x = 0.0, slack_y = 0.0;  // more than rounding can move the edge of a cell
-  std::vector<int> wide;                // ranks
-  std::vector<std::int64_t> first;      // entries of each cell in `ranks`
-  std::vector<int> ranks;
+  std::vector<int> wide;
+  std::vector<std::int64_t> first;  // entries of each cell in `elements`
+  std::vector<int> elements;
 };
 
 Box element_box(const MeshState& mesh, int e) {
@@ -61,8 +63,8 @@ Box element_box(const MeshState& mesh, int e) {
 }
 
 CellRange cell_range(const Lattice& lattice, const Box& box) {
-  return {lattice_column(lattice, box.x_min), lattice_column(lattice, box.x_max),
-          lattice_row(lattice, box.y_min), lattice_row(lattice, box.y_max)};
+  return {lattice_column(lattice, box.x_min).index, lattice_column(lattice, box.x_max).index,
+          lattice_row(lattice, box.y_min).index, lattice_row(lattice, box.y_max).index};
 }
 
 // True if IN_TRIANGLE rejects every point of the rectangle, which lies in the bounding box of e.
@@ -125,11 +127,11 @@ double wanted_cells(double extent, double mean_side, double most) {
 }
 
 Draft plan_lattice(const MeshState& mesh, const Task& task) {
-  const double count = static_cast<double>(task.ranks.size());
+  const double count = static_cast<double>(task.elements.size());
   const Box& area = task.box;
   double width_sum = 0.0, height_sum = 0.0;
-  for (int rank : task.ranks) {
-    const Box part = common_part(element_box(mesh, mesh.SORTxmin(rank)), area);
+  for (int e : task.elements) {
+    const Box part = common_part(element_box(mesh, e), area);
     width_sum += std::max(0.0, part.x_max - part.x_min);
     height_sum += std::max(0.0, part.y_max - part.y_min);
   }
@@ -177,14 +179,15 @@ Draft plan_lattice(const MeshState& mesh, const Task& task) {
 
 // Largest number of cells that an element may fill without passing the budget of the lattice; a
 // power of 2. A few elements across the whole mesh would else fill it all.
-std::int64_t most_cells(const MeshState& mesh, const Draft& draft, const std::vector<int>& ranks) {
+std::int64_t most_cells(const MeshState& mesh, const Draft& draft,
+                        const std::vector<int>& elements) {
   std::array<std::int64_t, 64> cells_by_size{};
-  for (int rank : ranks) {
-    const CellRange range = cell_range(draft.lattice, element_box(mesh, mesh.SORTxmin(rank)));
-    const auto cells = static_cast<std::uint64_t>(range.cells());
-    cells_by_size[static_cast<std::size_t>(std::bit_width(cells))] += range.cells();
+  for (int e : elements) {
+    const std::int64_t cells = cell_range(draft.lattice, element_box(mesh, e)).cells();
+    const int size = std::bit_width(static_cast<std::uint64_t>(cells));
+    cells_by_size[static_cast<std::size_t>(size)] += cells;
   }
-  const std::int64_t budget = cells_per_element * static_cast<std::int64_t>(ranks.size());
+  const std::int64_t budget = lattice_entries * static_cast<std::int64_t>(elements.size());
   std::int64_t sum = 0;
   for (std::size_t size = 0; size < cells_by_size.size() - 2; ++size) {
     sum += cells_by_size[size];
@@ -193,28 +196,112 @@ std::int64_t most_cells(const MeshState& mesh, const Draft& draft, const std::ve
   return std::numeric_limits<std::int64_t>::max();
 }
 
-void fill_draft(const MeshState& mesh, const std::vector<int>& ranks, Draft& draft) {
-  const std::int64_t limit = most_cells(mesh, draft, ranks);
-  std::vector<int> narrow;
-  narrow.reserve(ranks.size());
-  for (int rank : ranks) {
-    const CellRange range = cell_range(draft.lattice, element_box(mesh, mesh.SORTxmin(rank)));
-    (range.cells() > limit ? draft.wide : narrow).push_back(rank);
-  }
-  const std::size_t cells = static_cast<std::size_t>(draft.lattice.columns) *
-                            static_cast<std::size_t>(draft.lattice.rows);
+void sort_by_place(const std::vector<int>& place, int* begin, int* end) {
+  const auto before = [&](int a, int b) {
+    return place[static_cast<std::size_t>(a)] < place[static_cast<std::size_t>(b)];
+  };
+  std::sort(begin, end, before);
+}
+
+// Lists the elements of each cell.
+void fill_draft(const MeshState& mesh, const std::vector<int>& elements,
+                const std::vector<int>& place, Draft& draft) {
+  struct Entry {
+    int cell, element;
+  };
+  const std::int64_t limit = most_cells(mesh, draft, elements);
+  const std::size_t cells = cell_number(draft.lattice, 0, draft.lattice.rows);
   draft.first.assign(cells + 1, 0);
-  for (int rank : narrow) {
-    for_cells(mesh, draft, mesh.SORTxmin(rank), [&](std::size_t cell) { ++draft.first[cell + 1]; });
-  }
-  for (std::size_t cell = 0; cell < cells; ++cell) draft.first[cell + 1] += draft.first[cell];
-  draft.ranks.resize(static_cast<std::size_t>(draft.first[cells]));
-  std::vector<std::int64_t> next(draft.first.begin(), draft.first.end() - 1);
-  for (int rank : narrow) {
-    for_cells(mesh, draft, mesh.SORTxmin(rank), [&](std::size_t cell) {
-      draft.ranks[static_cast<std::size_t>(next[cell]++)] = rank;
+  std::vector<Entry> entries;
+  for (int e : elements) {
+    if (cell_range(draft.lattice, element_box(mesh, e)).cells() > limit) {
+      draft.wide.push_back(e);
+      continue;
+    }
+    for_cells(mesh, draft, e, [&](std::size_t cell) {
+      entries.push_back({static_cast<int>(cell), e});
+      ++draft.first[cell + 1];
     });
   }
+  for (std::size_t cell = 0; cell < cells; ++cell) draft.first[cell + 1] += draft.first[cell];
+  draft.elements.resize(entries.size());
+  std::vector<std::int64_t> next(draft.first.begin(), draft.first.end() - 1);
+  for (const Entry& entry : entries) {
+    draft.elements[static_cast<std::size_t>(next[static_cast<std::size_t>(entry.cell)]++)] =
+        entry.element;
+  }
+  int* list = draft.elements.data();
+  for (std::size_t cell = 0; cell < cells; ++cell) {
+    sort_by_place(place, list + draft.first[cell], list + draft.first[cell + 1]);
+  }
+  sort_by_place(place, draft.wide.data(), draft.wide.data() + draft.wide.size());
+}
+
+List add_candidates(ElementGrid& grid, const int* elements, std::size_t count) {
+  const List list = {static_cast<int>(grid.candidates.size()), static_cast<int>(count)};
+  grid.candidates.insert(grid.candidates.end(), elements, elements + count);
+  return list;
+}
+
+void set_other(ElementGrid& grid, std::size_t cell, const List& list) {
+  grid.cells[cell].element[0] = -1 - static_cast<int>(grid.others.size());
+  grid.others.push_back(list);
+}
+
+// Corners of an element from the middle of a cell, in cells.
+struct Corners {
+  std::array<double, 3> x, y;
+};
+
+Corners corners_around(const MeshState& mesh, const Lattice& lattice, int column, int row, int e) {
+  const std::array<int, 3> nodes = {mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e)};
+  Corners corners;
+  for (std::size_t i = 0; i < 3; ++i) {
+    const LatticePlace x = lattice_column(lattice, mesh.Xnode(nodes[i]));
+    const LatticePlace y = lattice_row(lattice, mesh.Ynode(nodes[i]));
+    corners.x[i] = x.index - column + x.from_middle;
+    corners.y[i] = y.index - row + y.from_middle;
+  }
+  return corners;
+}
+
+// Writes the corners of all elements into the cell. False if they reach too far.
+bool pack(const MeshState& mesh, const Lattice& lattice, int column, int row, const int* elements,
+          std::size_t count, Cell& cell) {
+  constexpr double largest_unit = 8191.0;  // differences of corners stay within 2 bytes
+  constexpr double farthest_of_all = largest_unit / (ElementGrid::cell_units >> coarsest_shift);
+  std::array<Corners, ElementGrid::slots> corners;
+  double farthest = 0.5;
+  for (std::size_t k = 0; k < count; ++k) {
+    corners[k] = corners_around(mesh, lattice, column, row, elements[k]);
+    for (const std::array<double, 3>& values : {corners[k].x, corners[k].y}) {
+      for (double value : values) {
+        if (!(std::abs(value) <= farthest_of_all)) return false;
+        farthest = std::max(farthest, std::abs(value));
+      }
+    }
+  }
+  int shift = 0;
+  while (farthest * (ElementGrid::cell_units >> shift) > largest_unit) ++shift;
+  const double units = ElementGrid::cell_units >> shift;
+  const auto in_units = [&](double value) {
+    return static_cast<std::int16_t>(rounded_units(value, units));
+  };
+  for (std::size_t k = 0; k < ElementGrid::slots; ++k) {
+    if (k < count) {
+      const Corners& c = corners[k];
+      cell.x1[k] = in_units(c.x[0]), cell.x2[k] = in_units(c.x[1]), cell.x3[k] = in_units(c.x[2]);
+      cell.y1[k] = in_units(c.y[0]), cell.y2[k] = in_units(c.y[1]), cell.y3[k] = in_units(c.y[2]);
+      cell.element[k] = elements[k];
+    } else {
+      // An empty slot: the whole cell is outside the edge from the first to the second corner.
+      cell.x1[k] = cell.y1[k] = cell.x2[k] = cell.x3[k] = static_cast<std::int16_t>(-largest_unit);
+      cell.y2[k] = cell.y3[k] = static_cast<std::int16_t>(largest_unit);
+      cell.element[k] = 0;
+    }
+  }
+  cell.element[0] |= shift << ElementGrid::element_bits;
+  return true;
 }
 
 Box cell_box(const Draft& draft, int column, int row) {
@@ -223,53 +310,34 @@ Box cell_box(const Draft& draft, int column, int row) {
   return {x, x + draft.cell_width, y, y + draft.cell_height};
 }
 
-Cell add_candidates(ElementGrid& grid, const int* ranks, std::size_t count) {
-  const Cell cell = {static_cast<int>(grid.candidates.size()), static_cast<int>(count)};
-  grid.candidates.insert(grid.candidates.end(), ranks, ranks + count);
-  return cell;
-}
-
-// Makes a lattice of the grid out of the draft; crowded cells become tasks.
-void settle_draft(ElementGrid& grid, const Draft& draft, int depth, std::deque<Task>& tasks) {
-  grid.lattices.push_back(draft.lattice);
-  Lattice& lattice = grid.lattices.back();
+// Makes a lattice of the grid out of the draft; cells with more elements than slots become tasks.
+void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, int depth,
+                  std::deque<Task>& tasks) {
+  Lattice lattice = draft.lattice;
   lattice.first_cell = static_cast<int>(grid.cells.size());
   lattice.wide = add_candidates(grid, draft.wide.data(), draft.wide.size());
+  grid.lattices.push_back(lattice);
   grid.cells.resize(grid.cells.size() + draft.first.size() - 1);
+  // Element numbers must leave room for the shift, and products of two lengths be ordinary numbers.
+  const double cells_per_area = lattice.columns_per_unit * lattice.rows_per_unit;
+  const bool may_pack = mesh.NUMelem < 1 << ElementGrid::element_bits &&
+                        cells_per_area > 1.0e-200 && cells_per_area < 1.0e200;
   std::size_t in_lattice = 0;
   for (int row = 0; row < lattice.rows; ++row) {
     for (int column = 0; column < lattice.columns; ++column, ++in_lattice) {
-      const auto begin = static_cast<std::size_t>(draft.first[in_lattice]);
-      const auto count = static_cast<std::size_t>(draft.first[in_lattice + 1]) - begin;
+      const int* elements = draft.elements.data() + draft.first[in_lattice];
+      const auto count =
+          static_cast<std::size_t>(draft.first[in_lattice + 1] - draft.first[in_lattice]);
       const std::size_t cell = static_cast<std::size_t>(lattice.first_cell) + in_lattice;
-      const int* ranks = draft.ranks.data() + begin;
-      if (count > crowded && depth < deepest) {
-        const Box box = cell_box(draft, column, row);
-        tasks.push_back({static_cast<int>(cell), depth + 1, box, cell_reach(draft, column, row),
-                         std::vector<int>(ranks, ranks + count)});
-      } else {
-        grid.cells[cell] = add_candidates(grid, ranks, count);
+      if (count > ElementGrid::slots && depth < deepest) {
+        tasks.push_back({static_cast<int>(cell), depth + 1, cell_box(draft, column, row),
+                         cell_reach(draft, column, row),
+                         std::vector<int>(elements, elements + count)});
+      } else if (count > ElementGrid::slots || !may_pack ||
+                 !pack(mesh, lattice, column, row, elements, count, grid.cells[cell])) {
+        set_other(grid, cell, add_candidates(grid, elements, count));
       }
     }
-  }
-}
-
-// Turns the ranks of the candidates into places of `triangles`, stored in the order of the cells.
-void store_triangles(const MeshState& mesh, ElementGrid& grid) {
-  constexpr int not_stored = -1;
-  std::vector<int> place(static_cast<std::size_t>(mesh.NUMelem) + 1, not_stored);
-  grid.triangles.reserve(static_cast<std::size_t>(mesh.NUMelem));
-  for (int& candidate : grid.candidates) {
-    const int rank = candidate;
-    int& stored = place[static_cast<std::size_t>(rank)];
-    if (stored == not_stored) {
-      stored = static_cast<int>(grid.triangles.size());
-      const int e = mesh.SORTxmin(rank);
-      const int n1 = mesh.ELnode1(e), n2 = mesh.ELnode2(e), n3 = mesh.ELnode3(e);
-      grid.triangles.push_back({mesh.Xnode(n1), mesh.Ynode(n1), mesh.Xnode(n2), mesh.Ynode(n2),
-                                mesh.Xnode(n3), mesh.Ynode(n3), rank, e});
-    }
-    candidate = stored;
   }
 }
 
@@ -277,28 +345,39 @@ Task whole_mesh(const MeshState& mesh) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   Task task;
   task.box = {infinity, -infinity, infinity, -infinity};
-  for (int i = 1; i <= mesh.NUMelem; ++i) {
-    const Box box = element_box(mesh, mesh.SORTxmin(i));
+  task.elements.resize(static_cast<std::size_t>(mesh.NUMelem));
+  for (int e = 1; e <= mesh.NUMelem; ++e) {
+    const Box box = element_box(mesh, e);
     task.box.x_min = std::min(task.box.x_min, box.x_min);
     task.box.x_max = std::max(task.box.x_max, box.x_max);
     task.box.y_min = std::min(task.box.y_min, box.y_min);
     task.box.y_max = std::max(task.box.y_max, box.y_max);
-    task.ranks.push_back(i);
+    task.elements[static_cast<std::size_t>(e) - 1] = e;
   }
   task.reach = task.box;
   return task;
 }
 
+// What the grid may still take. Lists that may yet be cut count as entries.
+struct Budget {
+  std::int64_t entries = 0, most_entries = 0;
+  std::int64_t cells = 0, most_cells = 0;
+};
+
+std::int64_t entries_of(const Draft& draft) {
+  return static_cast<std::int64_t>(draft.elements.size() + draft.wide.size());
+}
+
 // True if the lattice leaves clearly fewer candidates at a point than the list it replaces, and the
 // grid keeps within its memory.
-bool worth_a_lattice(const Draft& draft, const Task& task, std::int64_t entries,
-                     std::int64_t budget) {
-  const auto before = static_cast<std::int64_t>(task.ranks.size());
-  const auto after = static_cast<std::int64_t>(draft.ranks.size() + draft.wide.size());
-  const double mean =
-      static_cast<double>(draft.wide.size()) +
-      static_cast<double>(draft.ranks.size()) / static_cast<double>(draft.first.size() - 1);
-  return mean <= worth_it * static_cast<double>(before) && entries - before + after <= budget;
+bool worth_a_lattice(const Draft& draft, const Task& task, const Budget& budget) {
+  const auto before = static_cast<std::int64_t>(task.elements.size());
+  const auto cells = static_cast<std::int64_t>(draft.first.size()) - 1;
+  const double mean = static_cast<double>(draft.wide.size()) +
+                      static_cast<double>(draft.elements.size()) / static_cast<double>(cells);
+  return mean <= worth_it * static_cast<double>(before) &&
+         budget.entries - before + entries_of(draft) <= budget.most_entries &&
+         budget.cells + cells <= budget.most_cells;
 }
 
 }  // namespace
@@ -309,37 +388,37 @@ void BUILD_ELEMENT_GRID(MeshState& mesh) {
   if (mesh.NUMelem < 1) return;
   std::deque<Task> tasks;
   tasks.push_back(whole_mesh(mesh));
-  const Box& box = tasks.front().box;
-  grid.x_min = box.x_min;
-  grid.x_max = box.x_max;
-  grid.y_min = box.y_min;
-  grid.y_max = box.y_max;
-  // Lists made and lists that may yet be cut. Level by level, so that no corner takes it all.
-  const std::int64_t budget = entries_per_element * mesh.NUMelem + crowded;
-  std::int64_t entries = mesh.NUMelem;
+  const Box box = tasks.front().box;
+  grid.x_min = box.x_min, grid.x_max = box.x_max;
+  grid.y_min = box.y_min, grid.y_max = box.y_max;
+  std::vector<int> place(static_cast<std::size_t>(mesh.NUMelem) + 1);
+  for (int i = 1; i <= mesh.NUMelem; ++i) place[static_cast<std::size_t>(mesh.SORTxmin(i))] = i;
+  Budget budget = {mesh.NUMelem, grid_entries * mesh.NUMelem, 0, grid_cells * mesh.NUMelem};
+  bool any_wide = false;
+  // Level by level, so that no corner of the mesh takes it all.
   while (!tasks.empty()) {
     const Task task = std::move(tasks.front());
     tasks.pop_front();
-    Draft draft = plan_lattice(mesh, task);
     const bool root = task.cell < 0;
+    Draft draft = plan_lattice(mesh, task);
     const bool several = draft.lattice.columns > 1 || draft.lattice.rows > 1;
-    if (root || several) fill_draft(mesh, task.ranks, draft);
-    if (root || (several && worth_a_lattice(draft, task, entries, budget))) {
-      entries += static_cast<std::int64_t>(draft.ranks.size() + draft.wide.size()) -
-                 static_cast<std::int64_t>(task.ranks.size());
+    if (root || several) fill_draft(mesh, task.elements, place, draft);
+    const auto before = static_cast<std::int64_t>(task.elements.size());
+    if (root || (several && worth_a_lattice(draft, task, budget))) {
+      budget.entries += entries_of(draft) - before;
+      budget.cells += static_cast<std::int64_t>(draft.first.size()) - 1;
+      any_wide = any_wide || !draft.wide.empty();
       if (!root) {
-        grid.cells[static_cast<std::size_t>(task.cell)] = {static_cast<int>(grid.lattices.size()),
-                                                           ElementGrid::finer_lattice};
+        set_other(grid, static_cast<std::size_t>(task.cell),
+                  {static_cast<int>(grid.lattices.size()), ElementGrid::finer_lattice});
       }
-      settle_draft(grid, draft, task.depth, tasks);
+      settle_draft(mesh, grid, draft, task.depth, tasks);
     } else {
-      grid.cells[static_cast<std::size_t>(task.cell)] =
-          add_candidates(grid, task.ranks.data(), task.ranks.size());
+      set_other(grid, static_cast<std::size_t>(task.cell),
+                add_candidates(grid, task.elements.data(), task.elements.size()));
     }
   }
-  store_triangles(mesh, grid);
-  grid.candidates.shrink_to_fit();
-  grid.cells.shrink_to_fit();
+  if (any_wide) grid.place = std::move(place);
   grid.built = true;
 }
 

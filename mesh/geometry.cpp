@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include "mesh/find_element.h"
 
@@ -38,8 +39,8 @@ bool repair(double& a, double& keep, double& rest) {
   return true;
 }
 
-// The sum in a repair is that of the other two weights in ascending order; both orders of a sum of
-// two give the same value. Weights that are no numbers (an element without area) are an error.
+// False for a calculation error. Weights that are no numbers (an element without area) are an
+// error.
 bool form_weights(double x, double y, double x1, double y1, double x2, double y2, double x3,
                   double y3, float area, WeightTerms& t) {
   const double A = static_cast<double>(area);
@@ -76,6 +77,48 @@ Weights rounded(const WeightTerms& t) {
     std::fprintf(file, "w1, w2, w3 %.17g %.17g %.17g\n", t.w[0], t.w[1], t.w[2]);
   }
   stop_run(messages, true);
+}
+
+struct SortEntry {
+  double key;
+  int index;
+};
+
+// One round of the Shell sort: each entry sinks past the larger ones of its chain, the entries at
+// multiples of the gap from it; equal keys are not exchanged. False: given up half way, since the
+// entries sink too far. Lattices with powers of two in their numbers do that.
+bool sink_entries(std::vector<SortEntry>& entries, std::size_t gap) {
+  constexpr std::size_t most_moves = 4;  // for each entry, on average
+  std::size_t moves_left = most_moves * entries.size();
+  for (std::size_t i = gap; i < entries.size(); ++i) {
+    const SortEntry sinking = entries[i];
+    std::size_t j = i;
+    while (j >= gap && !(sinking.key >= entries[j - gap].key)) {
+      entries[j] = entries[j - gap];
+      j -= gap;
+    }
+    entries[j] = sinking;
+    const std::size_t moves = (i - j) / gap;
+    if (moves > moves_left) return false;
+    moves_left -= moves;
+  }
+  return true;
+}
+
+// What the round leaves: every chain sorted, equal keys in their order.
+void sort_chains(std::vector<SortEntry>& entries, std::size_t gap) {
+  std::vector<SortEntry> chain;
+  for (std::size_t start = 0; start < gap; ++start) {
+    chain.clear();
+    for (std::size_t i = start; i < entries.size(); i += gap) chain.push_back(entries[i]);
+    std::stable_sort(chain.begin(), chain.end(),
+                     [](const SortEntry& a, const SortEntry& b) { return a.key < b.key; });
+    std::size_t i = start;
+    for (const SortEntry& entry : chain) {
+      entries[i] = entry;
+      i += gap;
+    }
+  }
 }
 
 }  // namespace
@@ -127,27 +170,15 @@ void LINE_COEFS8(double xa, double xb, double ya, double yb, double& slope, doub
 }
 
 void SORT_KEYS(const Array<double>& keys, Array<int>& index) {
-  struct Entry {
-    double key;
-    int index;
-  };
-  const int count = keys.size();
-  Array<Entry> copy;
-  copy.allocate(count);
-  for (int i = 1; i <= count; ++i) copy(i) = {keys(i), index(i)};
-  for (int gap = count / 2; gap > 0; gap /= 2) {
-    for (int i = 1; i <= count - gap; ++i) {
-      // The entry at i + gap sinks past larger ones; equal keys are not exchanged.
-      const Entry sinking = copy(i + gap);
-      int j = i;
-      while (j > 0 && !(sinking.key >= copy(j).key)) {
-        copy(j + gap) = copy(j);
-        j -= gap;
-      }
-      copy(j + gap) = sinking;
-    }
+  const auto count = static_cast<std::size_t>(keys.size());
+  std::vector<SortEntry> entries(count);
+  for (int i = 1; i <= keys.size(); ++i) {
+    entries[static_cast<std::size_t>(i) - 1] = {keys(i), index(i)};
   }
-  for (int i = 1; i <= count; ++i) index(i) = copy(i).index;
+  for (std::size_t gap = count / 2; gap > 0; gap /= 2) {
+    if (!sink_entries(entries, gap)) sort_chains(entries, gap);
+  }
+  for (int i = 1; i <= keys.size(); ++i) index(i) = entries[static_cast<std::size_t>(i) - 1].index;
 }
 
 void MESH_GEOMETRY(RunState& run) {

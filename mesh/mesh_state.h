@@ -34,8 +34,18 @@ struct ElementBoundaries {
 // large domain are searched as fast as even ones. Built by BUILD_ELEMENT_GRID
 // (mesh/find_element.h).
 struct ElementGrid {
+  static constexpr int slots = 8;
+  static constexpr std::int16_t cell_units = 4096;  // side of a cell in the units of its corners
+  static constexpr int element_bits = 27;           // of element[0]; the shift stands above
+  // The elements that meet a cell, in SORTxmin order, with their corners rounded to 1/4096 of the
+  // cell around its middle (or coarser: shifted right), enough to tell inside from outside but for
+  // points close to an edge. Two cache lines; a search seldom needs more.
+  struct alignas(128) Cell {
+    std::array<std::int16_t, slots> x1{}, y1{}, x2{}, y2{}, x3{}, y3{};
+    std::array<std::int32_t, slots> element{};  // element[0] below 0: -1 - place in `others`
+  };
   // A run of entries of `candidates`, in SORTxmin order.
-  struct Cell {
+  struct List {
     int first = 0;
     int count = 0;  // finer_lattice: `first` is the number of a lattice
   };
@@ -45,21 +55,16 @@ struct ElementGrid {
     double columns_per_unit = 0.0, rows_per_unit = 0.0;
     int columns = 1, rows = 1;
     int first_cell = 0;  // in `cells`, row after row
-    Cell wide;           // elements that would fill too many cells: candidates in every cell
-  };
-  // What the search needs of an element, in one place; elements of a cell lie close together.
-  struct Triangle {
-    double x1 = 0.0, y1 = 0.0, x2 = 0.0, y2 = 0.0, x3 = 0.0, y3 = 0.0;
-    int rank = 0;  // position in SORTxmin
-    int element = 0;
+    List wide;           // elements that would fill too many cells: candidates in every cell
   };
 
   bool built = false;
   double x_min = 0.0, x_max = 0.0, y_min = 0.0, y_max = 0.0;  // of all elements
   std::vector<Lattice> lattices;                              // the first covers the mesh
   std::vector<Cell> cells;
-  std::vector<int> candidates;  // indices of `triangles`
-  std::vector<Triangle> triangles;
+  std::vector<List> others;     // cells that are finer lattices or have too many or large elements
+  std::vector<int> candidates;  // elements
+  std::vector<int> place;  // of each element in SORTxmin, from 1; only if a lattice has wide ones
 };
 
 struct MeshState {

@@ -22,7 +22,7 @@ namespace dfl {
 bool read_neighbour_lists(RunState& run);
 void write_neighbour_lists(RunState& run);
 
-// The flags of one kind of boundary; `kind` stands in messages.
+// The flags of one kind of boundary, and the references to both kinds.
 void read_boundary_flags(RunState& run, Array<Logical>& flags);
 void read_boundary_references(RunState& run);
 void write_boundary_flags(RunState& run, const Array<Logical>& flags);

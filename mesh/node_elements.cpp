@@ -13,8 +13,9 @@ void for_nodes(const MeshState& mesh, int e, const Use& use) {
   if (n3 != n1 && n3 != n2) use(n3);
 }
 
-template <class Order>
-NodeElements lists_by(const MeshState& mesh, const Order& order) {
+}  // namespace
+
+NodeElements elements_around_nodes(const MeshState& mesh) {
   NodeElements lists;
   const auto nodes = static_cast<std::size_t>(mesh.NUMnode);
   lists.first.assign(nodes + 2, 0);
@@ -22,24 +23,14 @@ NodeElements lists_by(const MeshState& mesh, const Order& order) {
     for_nodes(mesh, e, [&](int n) { ++lists.first[static_cast<std::size_t>(n) + 1]; });
   }
   for (std::size_t n = 1; n <= nodes + 1; ++n) lists.first[n] += lists.first[n - 1];
-  lists.values.resize(static_cast<std::size_t>(lists.first[nodes + 1]));
+  lists.elements.resize(static_cast<std::size_t>(lists.first[nodes + 1]));
   std::vector<int> next(lists.first);
-  for (int i = 1; i <= mesh.NUMelem; ++i) {
-    for_nodes(mesh, order(i), [&](int n) {
-      lists.values[static_cast<std::size_t>(next[static_cast<std::size_t>(n)]++)] = i;
+  for (int e = 1; e <= mesh.NUMelem; ++e) {
+    for_nodes(mesh, e, [&](int n) {
+      lists.elements[static_cast<std::size_t>(next[static_cast<std::size_t>(n)]++)] = e;
     });
   }
   return lists;
-}
-
-}  // namespace
-
-NodeElements places_around_nodes(const MeshState& mesh, const Array<int>& order) {
-  return lists_by(mesh, order);
-}
-
-NodeElements elements_around_nodes(const MeshState& mesh) {
-  return lists_by(mesh, [](int e) { return e; });
 }
 
 }  // namespace dfl

@@ -179,7 +179,10 @@ void warn_of_losses(const RunState& run, const Account& all) {
   Amount lost = all.off_mesh;
   add(lost, all.behind_wall);
   const Amount sum = accounted(all);
-  lost.parcels += std::max<std::int64_t>(0, all.released.parcels - sum.parcels);
+  if (all.released.parcels > sum.parcels) {  // dead for an unknown cause
+    lost.parcels += all.released.parcels - sum.parcels;
+    lost.mass += std::max(0.0, all.released.mass - sum.mass);
+  }
   const double parcels =
       percent(static_cast<double>(lost.parcels), static_cast<double>(all.released.parcels));
   const double mass = percent(lost.mass, all.released.mass);

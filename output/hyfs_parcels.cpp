@@ -122,6 +122,7 @@ void create_hyfs_parcels(RunState& run) {
   }
   check_hyfs(run.messages, hfclosegroup_f(group), "HF_CLOSE_GROUP error", path);
   check_hyfs(run.messages, hfclosefile_f(file), "HF_CLOSE_FILE(particles) error", path);
+  write_sidecar(run, path);  // one of an earlier run would tell of frames that are gone
 }
 
 void WRITE_HYFS_PARCELS(RunState& run) {

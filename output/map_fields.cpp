@@ -107,6 +107,11 @@ float value_at(const Array<float>& array, int node) {
   return node <= array.size() ? array(node) : 0.0f;
 }
 
+double concentration_at(const RunState& run, int node) {
+  const Array<double>& concentration = run.output.CONCnode;
+  return node <= concentration.size() ? concentration(node) : 0.0;
+}
+
 float level_0(const Array2<float>& array, int node) {
   const bool has_level_0 = array.allocated() && array.first_column() == 0;
   return has_level_0 && node <= array.rows() ? array(node, 0) : 0.0f;
@@ -164,11 +169,11 @@ float map_scalar(const RunState& run, MapFieldId id, int node) {
     case MapFieldId::wave_period:
       return value_at(run.waves.WAVEperiod, node);
     case MapFieldId::wave_direction:
-      return std::atan2(value_at(run.waves.WAVEdiry, node), value_at(run.waves.WAVEdirx, node)) *
+      // Where the waves travel to, clockwise from +y.
+      return std::atan2(value_at(run.waves.WAVEdirx, node), value_at(run.waves.WAVEdiry, node)) *
              degrees_half_turn / pi;
     case MapFieldId::concentration:
-      return node <= run.output.CONCnode.size() ? static_cast<float>(run.output.CONCnode(node))
-                                                : 0.0f;
+      return static_cast<float>(concentration_at(run, node));
     case MapFieldId::flow:
       break;  // has no magnitude of its own
   }
@@ -182,9 +187,13 @@ std::array<float, 2> map_vector(const RunState& run, MapFieldId id, int node) {
   return along_flow(run, map_scalar(run, id, node), node);
 }
 
-std::array<float, 2> map_column_values(const RunState& run, const MapField& field, int node) {
-  if (field.columns[1] != nullptr) return map_vector(run, field.id, node);
-  return {map_scalar(run, field.id, node), 0.0f};
+std::array<double, 2> map_column_values(const RunState& run, const MapField& field, int node) {
+  if (field.id == MapFieldId::concentration) return {concentration_at(run, node), 0.0};
+  if (field.columns[1] == nullptr) {
+    return {static_cast<double>(map_scalar(run, field.id, node)), 0.0};
+  }
+  const std::array<float, 2> vector = map_vector(run, field.id, node);
+  return {static_cast<double>(vector[0]), static_cast<double>(vector[1])};
 }
 
 }  // namespace dfl

@@ -61,7 +61,8 @@ float map_scalar(const RunState& run, MapFieldId id, int node);
 // The two components of a vector field at a node, at level 0. A field along the flow is (0, 0)
 // where the water stands.
 std::array<float, 2> map_vector(const RunState& run, MapFieldId id, int node);
-// The values of a field's Tecplot columns at a node; the second unused for one column.
-std::array<float, 2> map_column_values(const RunState& run, const MapField& field, int node);
+// The values of a field's Tecplot columns at a node; the second unused for one column. In 8 bytes,
+// since concentrations have digits that 4 bytes do not hold.
+std::array<double, 2> map_column_values(const RunState& run, const MapField& field, int node);
 
 }  // namespace dfl

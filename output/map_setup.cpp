@@ -157,9 +157,9 @@ void create_tecplot_maps(RunState& run) {
     char* at = put_columns(row.data(), mesh.Xnode(n), map_column_width, 3);
     at = put_columns(at, mesh.Ynode(n), map_column_width, 3);
     for (const MapField* field : selected) {
-      const std::array<float, 2> values = map_column_values(run, *field, n);
+      const std::array<double, 2> values = map_column_values(run, *field, n);
       for (std::size_t k = 0; k < 2 && field->columns[k] != nullptr; ++k) {
-        at = put_columns(at, static_cast<double>(values[k]), map_column_width, field->decimals);
+        at = put_columns(at, values[k], map_column_width, field->decimals);
       }
     }
     *at++ = '\n';

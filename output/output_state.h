@@ -19,6 +19,7 @@ struct OutputState {
   int hyfs_parcels_written = -1;  // parcels in the last HYFS frame; -1 before the first
   int hyfs_parcel_frames = 0;
   int ensim_parcel_frames = 0;
+  int ensim_map_frames = 0;
   Array<float> parcel_work;   // one value a parcel, NUMparcels entries
   Array<float> scalar_work;   // one value a node
   Array2<float> vector_work;  // two values a node

@@ -202,7 +202,8 @@ void scan_frames(const RunState& run, TextReader& in, ParcelFile& file) {
 struct Block {
   int first_id = 0;
   int last_id = 0;
-  int next_id = 0;             // lowest id seen above last_id, 0 if none
+  bool more = false;           // ids above last_id were seen
+  int next_id = 0;             // the lowest of them
   std::vector<double> values;  // by id, frame, column
 };
 
@@ -215,7 +216,7 @@ void read_block(const RunState& run, TextReader& in, ParcelFile& file, Block& bl
   const std::size_t ids =
       static_cast<std::size_t>(static_cast<long long>(block.last_id) - block.first_id + 1);
   block.values.assign(ids * file.frames.size() * file.columns, no_value);
-  block.next_id = 0;
+  block.more = false;
   Line line{in, run.messages, {}, 0};
   std::vector<double> values;
   for (std::size_t f = 0; f < file.frames.size(); ++f) {
@@ -231,7 +232,8 @@ void read_block(const RunState& run, TextReader& in, ParcelFile& file, Block& bl
       read_row(line, file, values);
       const int id = row_id(values);
       if (id > block.last_id) {
-        if (block.next_id == 0 || id < block.next_id) block.next_id = id;
+        if (!block.more || id < block.next_id) block.next_id = id;
+        block.more = true;
         if (file.ids_ascend) break;  // this row is the first of a later block
       } else if (id >= block.first_id) {
         const std::size_t place = block_place(file, block, id, f);
@@ -287,7 +289,7 @@ void write_tracks(const RunState& run, TextReader& in, ParcelFile& file, std::si
     for (int id = block.first_id; id <= block.last_id; ++id) {
       write_track(run, file, block, id, output);
     }
-    if (block.next_id == 0) return;
+    if (!block.more) return;
     block.first_id = block.next_id;
   }
 }

@@ -16,7 +16,7 @@ float walk_scale(float E, double dt) {
 }
 
 // Vertical walk: drift up the gradient of the diffusivity, and scatter, m.
-float vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s, float factor) {
+double vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s, float factor) {
   const auto Ev = [&](float z) { return EV_VERTICAL(set, s.H, z, s.su, factor); };
   const float h0 = s.h0, top = s.H - gradient_step;
   const float Ev0 = Ev(h0);
@@ -28,22 +28,22 @@ float vertical_walk(const Settings& set, const TrackFields& fields, const Stage&
   } else if (h0 >= gradient_step && h0 >= top) {
     gradient = (Ev0 - Ev(h0 - gradient_step)) / gradient_step;
   }
-  return (gradient + s.walk.w4 * walk_scale(Ev0, fields.dt8)) * fields.dt;
+  return static_cast<double>(gradient + s.walk.w4 * walk_scale(Ev0, fields.dt8)) * fields.dt8;
 }
 
 // Adds current and walk in the plane, m.
 void plane_displacement(const Settings& set, const TrackFields& fields, const Stage& s,
-                        float factor, float& dx, float& dy) {
-  const float dt = fields.dt;
-  float rx = 0.0f, ry = 0.0f;
+                        float factor, double& dx, double& dy) {
+  const double dt = fields.dt8;
+  double rx = 0.0, ry = 0.0;
   if (!set.no_random_walk) {
     const float Et = ET_HORIZONTAL(set, s.H, s.ustar, factor);
     const float sh = Et == set.etmin ? fields.sh_etmin : walk_scale(Et, fields.dt8);
-    rx = s.walk.w2 * sh * dt;
-    ry = s.walk.w3 * sh * dt;
+    rx = static_cast<double>(s.walk.w2 * sh) * dt;
+    ry = static_cast<double>(s.walk.w3 * sh) * dt;
   }
-  dx = s.u * s.fr * dt + rx;
-  dy = s.v * s.fr * dt + ry;
+  dx = static_cast<double>(s.u * s.fr) * dt + rx;
+  dy = static_cast<double>(s.v * s.fr) * dt + ry;
 }
 
 // A parcel on the bed: it stays or is picked up. `absolute` and the start are set already.
@@ -64,10 +64,10 @@ void leave_bed(const RunState& run, const TrackFields& fields, const Parcel& par
     if (!picked) return;
     s.dz = static_cast<double>(s.hc);
   }
-  float dx = 0.0f, dy = 0.0f;
+  double dx = 0.0, dy = 0.0;
   plane_displacement(set, fields, s, breaking_factor(set, s.Db, s.Hw), dx, dy);
-  s.dx = s.Xs + static_cast<double>(dx);
-  s.dy = s.Ys + static_cast<double>(dy);
+  s.dx = s.Xs + dx;
+  s.dy = s.Ys + dy;
 }
 
 }  // namespace
@@ -87,7 +87,8 @@ float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) {
   const float Z = (Ws / 0.4f) / ustar;  // Rouse number
   const auto level = [&](int i) {
     const float x = static_cast<float>(i) / 50.0f;
-    return x * x * x * x + a;
+    const float square = x * x;
+    return square * square + a;
   };
   const auto g = [&](float z) { return std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z); };
   // The 51st level is above 1 for every a that is a height.
@@ -143,20 +144,20 @@ void DISPLACEMENT(const RunState& run, const TrackFields& fields, const Parcel& 
   }
 
   const float factor = breaking_factor(set, s.Db, s.Hw);
-  float dx = 0.0f, dy = 0.0f;
+  double dx = 0.0, dy = 0.0;
   plane_displacement(set, fields, s, factor, dx, dy);
-  s.dx = static_cast<double>(dx);
-  s.dy = static_cast<double>(dy);
+  s.dx = dx;
+  s.dy = dy;
   if (advection == AdvectionMethod::d2) {
     s.dz = static_cast<double>(s.hc);
     return;
   }
-  const float rz = set.no_random_walk ? 0.0f : vertical_walk(set, fields, s, factor);
+  const double rz = set.no_random_walk ? 0.0 : vertical_walk(set, fields, s, factor);
   // A grain that moves below the centre of motion is drawn up to it.
   const bool drawn_up = advection == AdvectionMethod::q3d && parcel.RHOs > s.rho &&
                         !(s.MOBILITY < 1.0f) && !(s.hc <= s.h0);
   const float rise = drawn_up ? s.w + parcel.Ws : s.w - parcel.Ws;
-  s.dz = static_cast<double>(rise * fields.dt + rz);
+  s.dz = static_cast<double>(rise) * fields.dt8 + rz;
 }
 
 }  // namespace dfl

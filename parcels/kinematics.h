@@ -9,7 +9,7 @@ namespace dfl {
 // Critical shear stress of a grain, Pa (Soulsby 1997); 1e-6 at or below water density.
 inline float TAUCR_SOULSBY(float rho, float RHOs, float nu, float D) {
   if (rho >= RHOs) return 1.0e-6f;
-  const float Ds = D * std::cbrt((RHOs / rho - 1.0f) * 9.81f / (nu * nu));
+  const float Ds = D * std::pow((RHOs / rho - 1.0f) * 9.81f / (nu * nu), 1.0f / 3.0f);
   return 9.81f * (RHOs - rho) * D *
          (0.3f / (1.0f + 1.2f * Ds) + 0.055f * (1.0f - std::exp(-0.02f * Ds)));
 }

@@ -13,6 +13,7 @@ namespace dfl {
 namespace {
 
 constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees with pi as 3.14159
+constexpr float least_roughness = 0.01f;      // of VAN_RIJN, m
 
 // TAUCR_SOULSBY of a material denser than water whose grain_scale is known.
 float threshold_stress(float rho, float RHOs, float scale, float D) {
@@ -298,6 +299,8 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
   s.KSgrain = 3.0f * s.f[at_D90];
   s.KStotal = std::max(s.KSgrain, s.f[at_KS]);
   if (s.H < set.min_depth) return false;
+  // VAN_RIJN raises the roughness that it is given; velocities follow the raised one.
+  if (set.method.eulerian != EulerianMethod::pie) s.KStotal = std::max(s.KStotal, least_roughness);
 
   // Current and waves.
   find_water(run, fields, s);
@@ -340,9 +343,9 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
     if (set.wave_breaking && s.Db < 0.0f) s.tau = s.tau + std::max(-0.1f * s.Db / waves.Cg, 0.0f);
   }
   if (set.turbulent_shear) {
-    double g = 0.0;
-    if (!set.debug) g = std::min(std::max(draw_gauss(s.gauss, random), -6.0), 6.0);
-    const double f = std::min(std::max(s.DTsub * 0.05 * g, -0.4), 0.4);
+    float g = 0.0f;
+    if (!set.debug) g = held(static_cast<float>(draw_gauss(s.gauss, random)), -6.0f, 6.0f);
+    const double f = std::min(std::max(s.DTsub * 0.05 * static_cast<double>(g), -0.4), 0.4);
     s.tau = std::max(s.tau * (1.0f + static_cast<float>(f)), 0.0f);
   }
   // Grains smaller than the bed's hide, larger ones stand out (Egiazaroff 1965).

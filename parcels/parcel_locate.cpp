@@ -236,7 +236,7 @@ int search(const RunState& run, const TrackFields& fields, const Stage& s, Place
     if (way_out && leaves_by_open_boundary(mesh, path)) return lost_open_boundary;
     if (!run.settings.rvs_mesh || shifted) return lost_off_mesh;
     // A telescoping mesh can leave slits between its elements.
-    place.x = place.x + 0.01 * static_cast<double>(std::sqrt(mesh.AREAelem(e0)));
+    place.x = place.x + static_cast<double>(0.01f * std::sqrt(mesh.AREAelem(e0)));
   }
 }
 

@@ -89,6 +89,9 @@ struct ParcelState {
   int NUMparcels = 0;
   int NUMborn = 0, NUMnew = 0, NUMalive = 0, NUMdead = 0, NUMdormant = 0, NUMactive = 0;
   int NUMtrapped = 0, NUMtrapsum = 0;
+  // Entries of ALIVElist as listed in this step; those that a trap has taken out since are still
+  // there and have ALIVE cleared.
+  int NUMlisted = 0;
   Array<int> ALIVElist, DEADlist;
   Array<Logical> DEADflag;
   Array<double> output_buffer;  // 3 per parcel, HYFS positions

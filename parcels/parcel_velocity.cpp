@@ -229,7 +229,7 @@ void LIGHT_VELOCITY(const RunState& run, const TrackFields& fields, Parcel& parc
       const float ustar = s.S / (5.75f * std::log10(s.H / k) + 6.0f);
       s.fr = 2.5f * ustar * std::log(30.0f * hq / k) / s.S;
     }
-    s.w = continuity(fields, s, hq);
+    s.w = continuity(fields, s, s.height);
   }
   s.u = s.U;
   s.v = s.V;

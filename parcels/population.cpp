@@ -52,14 +52,15 @@ void PARCEL_INIT(RunState& run) {
 
 void BUILD_ALIVE_LIST(RunState& run) {
   ParcelState& parcels = run.parcels;
-  const int listed_before = parcels.NUMalive;
   run.clock.STOPrun = false;
   parcels.NUMalive = 0;
   // Slots above NUMborn have never been alive.
   for (int id = 1; id <= parcels.NUMborn; ++id) {
     if (is_true(parcels.PARCELS(id).ALIVE)) parcels.ALIVElist(++parcels.NUMalive) = id;
   }
-  for (int i = parcels.NUMalive + 1; i <= std::min(listed_before, parcels.ALIVElist.size()); ++i) {
+  // What the list of the step before had further back; NUMalive may have been lowered since.
+  for (int i = parcels.NUMalive + 1; i <= parcels.ALIVElist.size() && parcels.ALIVElist(i) != 0;
+       ++i) {
     parcels.ALIVElist(i) = 0;
   }
 

@@ -6,6 +6,7 @@
 #include "flow/vertical_profile.h"
 #include "mesh/find_element.h"
 #include "mesh/geometry.h"
+#include "mesh/polygon.h"
 #include "parcels/kinematics.h"
 #include "parcels/random_stream.h"
 #include "parcels/source_counts.h"
@@ -21,12 +22,13 @@ constexpr int most_tries = 1000000;  // of drawing one position
 // From where the wanted elevation of a parcel is measured.
 enum class HeightFrom { bed, datum, surface };
 
-// A position that has been found for a parcel. Its wanted elevation is dz + z; below the surface
-// it is z + dz, positive down.
+// A position that has been found for a parcel. It is formed in 4 bytes, as all that the source file
+// says is used; the parcel's own coordinates have 8. Its wanted elevation is dz + z; below the
+// surface it is z + dz, positive down.
 struct Place {
-  double X = 0.0, Y = 0.0;
+  float X = 0.0f, Y = 0.0f;
   int element = 0;
-  double dz = 0.0;
+  float dz = 0.0f;
   float z = 0.0f;
   HeightFrom from = HeightFrom::bed;
 };
@@ -41,9 +43,9 @@ struct Release {
 };
 
 // A normal deviate for the scatter of positions.
-double scatter_deviate(RunState& run) {
-  if (run.settings.debug) return 0.0;
-  return std::min(std::max(GAUSS_NUMBER(run.parcels.random), -6.0), 6.0);
+float scatter_deviate(RunState& run) {
+  if (run.settings.debug) return 0.0f;
+  return static_cast<float>(std::min(std::max(GAUSS_NUMBER(run.parcels.random), -6.0), 6.0));
 }
 
 // The next pair of the chain of uniform numbers for lines and areas.
@@ -69,7 +71,8 @@ Place find_place(RunState& run, const Release& release, Draw draw) {
   Place place;
   for (int i = 1; i <= tries; ++i) {
     if (!draw(place)) continue;
-    place.element = FIND_ELEMENT(run.mesh, place.X, place.Y);
+    place.element =
+        FIND_ELEMENT(run.mesh, static_cast<double>(place.X), static_cast<double>(place.Y));
     if (place.element != 0) return place;
   }
   REPORT_INT2(run.messages, true,
@@ -94,15 +97,15 @@ void PLACE_PARCEL(RunState& run, Release& release, const Place& place) {
   parcel.SOURCE = static_cast<std::int16_t>(release.record.SRCid);
   parcel.LOSS = 0;
   parcel.ELEMENT = place.element;
-  parcel.X = place.X;
-  parcel.Y = place.Y;
+  parcel.X = static_cast<double>(place.X);
+  parcel.Y = static_cast<double>(place.Y);
   parcel.MASS = row.ROWmass;
   parcel.D = row.ROWgrains(++row.ROWnext);
   parcel.ALIVE = logical_true;
 
   const int e = place.element;
   const int n1 = mesh.ELnode1(e), n2 = mesh.ELnode2(e), n3 = mesh.ELnode3(e);
-  const Weights w = element_weights(run.messages, mesh, e, place.X, place.Y);
+  const Weights w = element_weights(run.messages, mesh, e, parcel.X, parcel.Y);
   const float H = NODE_INTERP(w, n1, n2, n3, run.flow.Hnode);
   const float D90 = NODE_INTERP(w, n1, n2, n3, run.sediment.D90);
   const float B = NODE_INTERP(w, n1, n2, n3, mesh.DEPTHnode);
@@ -111,13 +114,13 @@ void PLACE_PARCEL(RunState& run, Release& release, const Place& place) {
   float wanted = 0.0f;  // height above the bed, m
   switch (place.from) {
     case HeightFrom::bed:
-      wanted = static_cast<float>(place.dz + static_cast<double>(place.z));
+      wanted = place.dz + place.z;
       break;
     case HeightFrom::datum:
-      wanted = B + static_cast<float>(place.dz + static_cast<double>(place.z));
+      wanted = B + (place.dz + place.z);
       break;
     case HeightFrom::surface:
-      wanted = static_cast<float>(static_cast<double>(H - place.z) - place.dz);
+      wanted = (H - place.z) - place.dz;
       break;
   }
   const float h = std::min(std::max(wanted, hf), H);
@@ -150,12 +153,12 @@ void PLACE_PARCEL(RunState& run, Release& release, const Place& place) {
 // A point scattered about (x, y, z), in the plane and in elevation.
 bool draw_scattered(RunState& run, const Instruction& row, float x, float y, float z,
                     Place& place) {
-  const double g1 = scatter_deviate(run);
-  const double g2 = scatter_deviate(run);
-  const double g3 = scatter_deviate(run);
-  place.X = g1 * static_cast<double>(row.ROWscatter) + static_cast<double>(x);
-  place.Y = g2 * static_cast<double>(row.ROWscatter) + static_cast<double>(y);
-  place.dz = g3 * static_cast<double>(row.ROWscatterz);
+  const float g1 = scatter_deviate(run);
+  const float g2 = scatter_deviate(run);
+  const float g3 = scatter_deviate(run);
+  place.X = g1 * row.ROWscatter + x;
+  place.Y = g2 * row.ROWscatter + y;
+  place.dz = g3 * row.ROWscatterz;
   place.z = z;
   place.from = height_from(run);
   return true;
@@ -223,21 +226,19 @@ bool draw_on_line(RunState& run, const Instruction& row, const ReleaseLine& line
   const bool debug = run.settings.debug;
   if (!debug) draw_chain(run);
   const float r = run.parcels.RANDOMfirst[0];
-  const double g1 = scatter_deviate(run);
-  const double g2 = scatter_deviate(run);
-  const double scatter = static_cast<double>(row.ROWscatter);
+  const float g1 = scatter_deviate(run);
+  const float g2 = scatter_deviate(run);
+  const float scatter = row.ROWscatter;
   if (line.vertical) {
     const float e = debug ? 0.0f : (r - 0.5f) * 2.0f;
-    place.X = scatter * g1 + static_cast<double>(ends.x1);
-    place.Y = scatter * g2 + static_cast<double>(ends.y1);
-    place.dz = static_cast<double>(e * line.zh);
+    place.X = scatter * g1 + ends.x1;
+    place.Y = scatter * g2 + ends.y1;
+    place.dz = e * line.zh;
     place.z = line.zm;
   } else {
     const float s = debug ? 0.0f : r;
-    place.X = static_cast<double>((ends.x2 - ends.x1) * s + ends.x1) +
-              static_cast<double>(line.sa * row.ROWscatter) * g1;
-    place.Y = static_cast<double>((ends.y2 - ends.y1) * s + ends.y1) +
-              static_cast<double>(line.ca * row.ROWscatter) * g1;
+    place.X = (ends.x2 - ends.x1) * s + ends.x1 + line.sa * scatter * g1;
+    place.Y = (ends.y2 - ends.y1) * s + ends.y1 + line.ca * scatter * g1;
     place.dz = g2 * scatter;
     place.z = ends.z1;
   }
@@ -272,8 +273,8 @@ bool draw_in_area(RunState& run, const SourceRecord& source, int j, const Releas
     r1 = run.parcels.RANDOMfirst[0];
     r2 = run.parcels.RANDOMfirst[1];
   }
-  const double g = scatter_deviate(run);
-  const double scatter = static_cast<double>(source.SRCrow(j).ROWscatter);
+  const float g = scatter_deviate(run);
+  const float scatter = source.SRCrow(j).ROWscatter;
   const auto across = [&](int axis, float r) {
     return r * (area.highest[axis] - area.lowest[axis]) + area.lowest[axis];
   };
@@ -282,26 +283,23 @@ bool draw_in_area(RunState& run, const SourceRecord& source, int j, const Releas
   };
   place.from = height_from(run);
   if (is_true(source.SRCplaneXY(j))) {
-    const float x = across(0, r1), y = across(1, r2);
-    place.X = static_cast<double>(x);
-    place.Y = static_cast<double>(y);
+    place.X = across(0, r1);
+    place.Y = across(1, r2);
     place.dz = g * scatter;
     place.z = area.last[2];
-    return in_polygon(x, y, Plane::xy);
+    return in_polygon(place.X, place.Y, Plane::xy);
   }
-  place.dz = 0.0;
+  place.dz = 0.0f;
   if (is_true(source.SRCplaneYZ(j))) {
-    const float y = across(1, r2);
-    place.X = g * scatter + static_cast<double>(area.last[0]);
-    place.Y = static_cast<double>(y);
+    place.X = g * scatter + area.last[0];
+    place.Y = across(1, r2);
     place.z = across(2, r1);
-    return in_polygon(y, place.z, Plane::yz);
+    return in_polygon(place.Y, place.z, Plane::yz);
   }
-  const float x = across(0, r1);
-  place.X = static_cast<double>(x);
-  place.Y = g * scatter + static_cast<double>(area.last[1]);
+  place.X = across(0, r1);
+  place.Y = g * scatter + area.last[1];
   place.z = across(2, r2);
-  return in_polygon(x, place.z, Plane::xz);
+  return in_polygon(place.X, place.z, Plane::xz);
 }
 
 }  // namespace
@@ -398,21 +396,7 @@ bool INPOLYm(float a, float b, const Array2<double>& position, int row, int vert
   const auto v = [&](int i) {
     return static_cast<float>(position(row, 3 * (i - 1) + axis_v) - static_cast<double>(b));
   };
-  bool inside = false;
-  for (int i = 1; i <= vertices; ++i) {
-    const int next = i == vertices ? 1 : i + 1;
-    const float u1 = u(i), v1 = v(i), u2 = u(next), v2 = v(next);
-    if ((v1 < 0.0f && v2 < 0.0f) || (u1 < 0.0f && u2 < 0.0f)) continue;
-    if (u1 >= 0.0f && u2 >= 0.0f) continue;
-    if (v1 >= 0.0f && v2 >= 0.0f) {
-      inside = !inside;
-      continue;
-    }
-    const float t = (v1 * u2 - v2 * u1) / (u2 - u1);
-    if (t == 0.0f) return true;
-    if (t > 0.0f) inside = !inside;
-  }
-  return inside;
+  return polygon_holds_origin(vertices, u, v);
 }
 
 }  // namespace dfl

@@ -69,6 +69,7 @@ void check_parcel_mass(const Counting& at, const Instruction& row) {
 void count_instantaneous(Counting& at, Instruction& row) {
   row.ROWreleased = 0.0f;
   if (row.ROWtime < at.run.settings.start_run || row.ROWtime > at.run.settings.stop_run) return;
+  if (row.ROWtotal == 0.0f) return;
   check_parcel_mass(at, row);
   const float quotient = row.ROWtotal / row.ROWmass;
   if (!(quotient < static_cast<float>(at.limit))) {
@@ -97,7 +98,7 @@ void count_continuous(Counting& at, SourceRecord& source, int j) {
     if (Tnow >= next_row.ROWtime) break;
     RowMoment moment;
     if (!row_moment(source, j, Tnow, settings.time_step, moment)) continue;
-    check_parcel_mass(at, row);
+    if (moment.Q != 0.0f) check_parcel_mass(at, row);
     const float extent = rate_extent(at.kind, source, j, moment.f);
     int n = 0;
     if (!take_parcels_due(source, j, extent, moment, n)) {
@@ -141,21 +142,21 @@ void count_parcels(RunState& run) {
 void GRAIN_SIZES(RandomStream& random, bool debug, int n, int offset, float density, float D50,
                  float sigma, bool by_weight, Array<float>& table) {
   constexpr int most_rounds = 10;
-  double lo = -6.0, hi = 6.0;
+  float lo = -6.0f, hi = 6.0f;
   if (sigma > 1.3f) {
-    lo = static_cast<double>(2.5f * sigma - 9.25f);
-    lo = std::min(lo, 0.0);  // beyond a spread of 3.7 the limits would pass each other
+    lo = 2.5f * sigma - 9.25f;
+    lo = std::min(lo, 0.0f);  // beyond a spread of 3.7 the limits would pass each other
     hi = -lo;
   }
   const float m = D50 * 1000.0f;  // target median, mm
   float trial = m;
   for (int round = 1; round <= most_rounds; ++round) {
-    const float phi50 = -std::log2(trial);
+    const float phi50 = -(std::log(trial) / std::log(2.0f));
     float total = 0.0f, below = 0.0f;  // mass
     for (int i = 1; i <= n; ++i) {
-      const double g = debug ? 0.0 : std::min(std::max(GAUSS_NUMBER(random), lo), hi);
-      const double phi = static_cast<double>(phi50) + g * static_cast<double>(sigma * sigma);
-      const float d = static_cast<float>(std::pow(2.0, -phi));  // mm
+      const float g =
+          debug ? 0.0f : std::min(std::max(static_cast<float>(GAUSS_NUMBER(random)), lo), hi);
+      const float d = std::pow(2.0f, -(phi50 + g * (sigma * sigma)));  // mm
       const float half = d / 2.0f;
       const float mass = density * 4.188787f * (half * half * half);
       total += mass;
@@ -213,7 +214,8 @@ float rate_extent(SourceKind kind, const SourceRecord& source, int j, float f) {
 bool take_parcels_due(SourceRecord& source, int j, float extent, const RowMoment& moment, int& n) {
   constexpr float most = 1.0e9f;
   Instruction& row = source.SRCrow(j);
-  source.SRCcum(j) += extent * moment.length * moment.Q / row.ROWmass;
+  // A row without a rate may leave the mass of a parcel at 0.
+  if (moment.Q != 0.0f) source.SRCcum(j) += extent * moment.length * moment.Q / row.ROWmass;
   const float due = source.SRCcum(j) - row.ROWreleased;
   if (!(std::abs(due) < most)) return false;
   n = static_cast<int>(due);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <new>
 #include <vector>
 
@@ -47,10 +46,11 @@ int read_count(TextReader& in, const char* what) {
   return count;
 }
 
-void check_head(TextReader& in, const SourceRecord& source) {
-  if (source.SRCid < std::numeric_limits<std::int16_t>::min() ||
-      source.SRCid > std::numeric_limits<std::int16_t>::max()) {
-    in.stop("expected a source id from -32768 to 32767, found " + std::to_string(source.SRCid));
+void check_head(const MessageState& messages, TextReader& in, const SourceRecord& source) {
+  if (const auto kept = static_cast<std::int16_t>(source.SRCid); kept != source.SRCid) {
+    echo_warning(messages, in.path() + ":" + std::to_string(in.line()) + ": parcels of source " +
+                               std::to_string(source.SRCid) + " carry its number in 2 bytes, " +
+                               std::to_string(kept));
   }
   if (source.SRCrows < 1) {
     in.stop("expected 1 row or more, found " + std::to_string(source.SRCrows));
@@ -89,7 +89,7 @@ void read_line_head(Reading& at, SourceRecord& source) {
   head.read_item(source.SRCid);
   head.read_item(source.SRCrows);
   head.read_item(source.SRCname);
-  check_head(head, source);
+  check_head(at.run.messages, head, source);
   source.SRCdatum = datum_of(at.run.messages, head.rest_of_line());
 }
 
@@ -100,7 +100,7 @@ void read_head(Reading& at, SourceRecord& source) {
       break;
     case SourceKind::area:
       open_record(at.in, source.SRCid, source.SRCverts, source.SRCrows, source.SRCname);
-      check_head(at.in, source);
+      check_head(at.run.messages, at.in, source);
       if (source.SRCverts < 3) {
         at.in.stop("expected 3 vertices or more, found " + std::to_string(source.SRCverts));
       }
@@ -108,7 +108,7 @@ void read_head(Reading& at, SourceRecord& source) {
       break;
     default:
       open_record(at.in, source.SRCid, source.SRCrows, source.SRCname);
-      check_head(at.in, source);
+      check_head(at.run.messages, at.in, source);
       at.in.end_record();
   }
   source.SRCname = source.SRCname.substr(0, longest_name);
@@ -123,19 +123,25 @@ void check_in_mesh(const Reading& at, int row, double x, double y) {
   }
 }
 
-void check_date(TextReader& in, const Date& date) {
+// Days, hours, minutes and seconds may run over: 36 hours are noon of the next day.
+void check_date(const MessageState& messages, TextReader& in, const Date& date) {
   struct Limit {
     const char* name;
     int lowest, highest;
+    bool must;
   };
-  constexpr Limit limits[] = {{"year", 0, 9999}, {"month", 1, 12},  {"day", 1, 31},
-                              {"hour", 0, 24},   {"minute", 0, 60}, {"second", 0, 60}};
+  constexpr Limit limits[] = {{"a year", 0, 9999, true},  {"a month", 1, 12, true},
+                              {"a day", 1, 31, false},    {"an hour", 0, 24, false},
+                              {"a minute", 0, 60, false}, {"a second", 0, 60, false}};
   for (std::size_t i = 0; i < 6; ++i) {
     const Limit& limit = limits[i];
-    if (date[i] < limit.lowest || date[i] > limit.highest) {
-      in.stop(std::string("expected a ") + limit.name + " from " + std::to_string(limit.lowest) +
-              " to " + std::to_string(limit.highest) + ", found " + std::to_string(date[i]));
-    }
+    if (date[i] >= limit.lowest && date[i] <= limit.highest) continue;
+    const std::string range = std::string(limit.name) + " from " + std::to_string(limit.lowest) +
+                              " to " + std::to_string(limit.highest) + ", found " +
+                              std::to_string(date[i]);
+    if (limit.must) in.stop("expected " + range);
+    echo_warning(messages, in.path() + ":" + std::to_string(in.line()) + ": expected " + range +
+                               ", which is counted on");
   }
 }
 
@@ -146,7 +152,7 @@ void set_row_time(Reading& at, Instruction& row) {
     row.ROWdate[5] += 1;
     row.ROWdate[6] = 0;
   } else {
-    check_date(at.in, row.ROWdate);
+    check_date(at.run.messages, at.in, row.ROWdate);
   }
   row.ROWtime = DATE_TO_SECONDS(REFyear, row.ROWdate);
 }

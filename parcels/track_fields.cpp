@@ -120,7 +120,7 @@ void pack_settings(const RunState& run, TrackFields& fields) {
 }  // namespace
 
 float grain_scale(float RHOs, float rho, float nu) {
-  return std::cbrt((RHOs / rho - 1.0f) * 9.81f / (nu * nu));
+  return std::pow((RHOs / rho - 1.0f) * 9.81f / (nu * nu), 1.0f / 3.0f);
 }
 
 TrackFields* make_track_fields() {

@@ -253,7 +253,7 @@ NodeResult closed_formula_node(const RunState& run, const Pass& pass, int n) {
   const float Tx = friction.Cdx * rho * at.U * at.u, Ty = friction.Cdy * rho * at.U * at.v;
   point.TAUc = std::sqrt(Tx * Tx + Ty * Ty);
   float fw = 0.0f;
-  if (waves.Aw > 1.0e-6f && Ks1 > 0.0f) {
+  if (waves.Aw > 1.0e-6f && Ks1 >= 0.0f) {
     fw = std::clamp(std::exp(5.5f * std::pow(Ks1 / waves.Aw, 0.2f) - 6.3f), 0.0f, 1.0f);
   }
   point.TAUw = 0.5f * rho * fw * (waves.Uw * waves.Uw);

@@ -35,7 +35,8 @@ void convert_node(const MessageState& messages, SedimentState& sediment, int n) 
 }
 
 // One node's record: its number, `ignored` reals, three sizes. Marks the node as given.
-int read_node(TextReader& in, int ignored, SedimentState& sediment, Array<Logical>& given) {
+int read_node(TextReader& in, int ignored, bool once, SedimentState& sediment,
+              Array<Logical>& given) {
   int n = 0;
   float d35 = 0.0f, d50 = 0.0f, d90 = 0.0f;
   in.begin_record();
@@ -44,7 +45,7 @@ int read_node(TextReader& in, int ignored, SedimentState& sediment, Array<Logica
     in.stop("expected a node number from 1 to " + std::to_string(given.size()) + ", found " +
             std::to_string(n));
   }
-  if (is_true(given(n))) in.stop("node " + std::to_string(n) + " is given twice");
+  if (once && is_true(given(n))) in.stop("node " + std::to_string(n) + " is given twice");
   for (int k = 0; k < ignored; ++k) {
     double position = 0.0;
     in.read_item(position);
@@ -73,24 +74,26 @@ void read_node_text(RunState& run) {
   }
   Array<Logical> given;
   given.allocate(run.mesh.NUMnode);
-  for (int k = 1; k <= nodes; ++k) read_node(in, 2, run.sediment, given);
+  for (int k = 1; k <= nodes; ++k) read_node(in, 2, true, run.sediment, given);
   for (int n = 1; n <= nodes; ++n) convert_node(run.messages, run.sediment, n);
 }
 
 // Nodes that the file leaves out take the mean size of those it gives.
-void fill_missing(SedimentState& sediment, const Array<Logical>& given, int records) {
+void fill_missing(SedimentState& sediment, const Array<Logical>& given) {
+  int nodes = 0;
   double d35 = 0.0, d50 = 0.0, d90 = 0.0;
   for (int n = 1; n <= given.size(); ++n) {
     if (!is_true(given(n))) continue;
+    ++nodes;
     d35 += static_cast<double>(sediment.D35(n));
     d50 += static_cast<double>(sediment.D50(n));
     d90 += static_cast<double>(sediment.D90(n));
   }
   for (int n = 1; n <= given.size(); ++n) {
     if (is_true(given(n))) continue;
-    sediment.D35(n) = static_cast<float>(d35 / records);
-    sediment.D50(n) = static_cast<float>(d50 / records);
-    sediment.D90(n) = static_cast<float>(d90 / records);
+    sediment.D35(n) = static_cast<float>(d35 / nodes);
+    sediment.D50(n) = static_cast<float>(d50 / nodes);
+    sediment.D90(n) = static_cast<float>(d90 / nodes);
     sediment.BEDmobile(n) = logical_true;
   }
 }
@@ -101,18 +104,18 @@ void read_kfe_text(RunState& run) {
   int records = 0;
   in.begin_record();
   in.read_item(records);
-  if (records < 1 || records > run.mesh.NUMnode) {
-    in.stop("expected a number of records from 1 to " + std::to_string(run.mesh.NUMnode) +
-            ", found " + std::to_string(records));
+  if (records < 1) {
+    in.stop("expected a number of records of 1 or more, found " + std::to_string(records));
   }
   in.end_record();
   Array<Logical> given;
   given.allocate(run.mesh.NUMnode);
+  // A node that comes again takes the later sizes.
   for (int k = 1; k <= records; ++k) {
-    const int n = read_node(in, 0, run.sediment, given);
+    const int n = read_node(in, 0, false, run.sediment, given);
     convert_node(run.messages, run.sediment, n);
   }
-  fill_missing(run.sediment, given, records);
+  fill_missing(run.sediment, given);
 }
 
 void fill_uniform(RunState& run) {

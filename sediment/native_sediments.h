@@ -14,7 +14,8 @@
 //
 //   title      any                          1
 //   count      records                      1
-//   node       n, D35, D50, D90             as counted; other nodes take the mean of these
+//   node       n, D35, D50, D90             as counted; the last of a node counts, and nodes without
+//                                           one take the mean of the others
 
 #include "control/run_state.h"
 

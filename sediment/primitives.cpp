@@ -152,10 +152,12 @@ float WAVE_DRIFT(const MessageState& messages, int mode, float k, float h, float
   if (mode == 0) {
     // Stokes drift of linear waves.
     const float cosh_kz = std::cosh(k * z), sinh_kz = std::sinh(k * z);
-    float profile = (cosh_kz * cosh_kz + sinh_kz * sinh_kz) / sinh2;
-    if (!std::isfinite(profile)) profile = 2.0f * std::exp(2.0f * k * (z - h));  // deep water
     const float steepness = 3.14159f * H / T;
-    return 0.5f / c * profile * (steepness * steepness);
+    const float profile = cosh_kz * cosh_kz + sinh_kz * sinh_kz;
+    const float drift = 0.5f / c * profile / sinh2 * (steepness * steepness);
+    if (std::isfinite(drift) && std::isfinite(sinh2)) return drift;
+    return 0.5f / c * (2.0f * std::exp(2.0f * k * (z - h))) *
+           (steepness * steepness);  // deep water
   }
 
   // Mass transport in water of finite depth (Longuet-Higgins 1953).

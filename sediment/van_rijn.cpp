@@ -60,7 +60,7 @@ struct BedStress {
   float THETAvr = 0.0f, TAUcr = 0.0f;
   float TAUc = 0.0f, TAUw = 0.0f, Tbed = 0.0f;
   float Te = 0.0f;       // dimensionless excess of the reference stress
-  bool regular = false;  // no divisor is 0
+  bool regular = false;  // no divisor is 0 or beyond all numbers
 };
 
 struct Mixing {
@@ -99,7 +99,7 @@ float fall_velocity(const Flow& flow, float Ds) {
   if (Ds < 0.0001f) return weight * (Ds * Ds) / (18.0f * flow.nu);
   if (Ds < 0.001f) {
     return 10.0f * flow.nu / Ds *
-           (std::sqrt(1.0f + 0.01f * weight * (Ds * Ds * Ds) / (flow.nu * flow.nu)) - 1.0f);
+           (std::sqrt(1.0f + 0.01f * flow.s1 * g * (Ds * Ds * Ds) / (flow.nu * flow.nu)) - 1.0f);
   }
   return 1.1f * std::sqrt(weight * Ds);
 }
@@ -227,7 +227,8 @@ BedStress bed_stress(const Flow& flow, const WaveMotion& wave) {
   bed.L2 = std::log(30.0f * bed.Zm / bed.ka);
   bed.B1 = std::log(30.0f * h / bed.ka) - 1.0f;
   bed.B2 = std::log(30.0f * h / kc) - 1.0f;
-  bed.regular = Lc != 0.0f && Lc1 != 0.0f && bed.B1 != 0.0f && bed.L1 != 0.0f;
+  bed.regular =
+      Lc != 0.0f && Lc1 != 0.0f && bed.B1 != 0.0f && bed.L1 != 0.0f && std::isfinite(bed.B1);
   if (!bed.regular) return bed;
 
   const float fc = 0.24f / (Lc * Lc);
@@ -328,7 +329,8 @@ void march(const Flow& flow, const BedStress& bed, const Mixing& mixing, float C
   while (!surface && profile.count < most_rows) {
     if (-G <= dC / dz) {
       const float z_new = std::min(z + dz, flow.h);
-      Cv = Cv * std::exp(G / Cv * (z_new - z));
+      // In deep water one step may take the concentration to exactly 0, where it stays.
+      if (Cv > 0.0f) Cv = Cv * std::exp(G / Cv * (z_new - z));
       z = z_new;
     } else {
       const float C_new = std::max(Cv - dC, 2.0f * Cv / 3.0f);
@@ -367,7 +369,8 @@ CycleMean wave_cycle(const Flow& flow, const WaveMotion& wave, const BedStress& 
   const float Fcw = 0.25f * bed.fc1 * (ratio * ratio) * Mix + wave.fw1 * (1.0f - Mix);
 
   float Tf = 0.0f;
-  if (wave.A > 0.0f) Tf = wave.Ub / (wave.Uf + wave.Ub) * wave.Tp;
+  const float Ufb = wave.Uf + wave.Ub;
+  if (wave.A > 0.0f && Ufb != 0.0f) Tf = wave.Ub / Ufb * wave.Tp;
   const float Tb = wave.Tp - Tf;
   const float Gm = std::max(0.075f, 0.25f * (1.0f - std::sqrt(flow.H / flow.h)));
   const float grain_factor = std::pow(flow.Dstar, 0.3f);
@@ -397,7 +400,11 @@ CycleMean wave_cycle(const Flow& flow, const WaveMotion& wave, const BedStress& 
     sum.ty += ty;
   }
   constexpr float divisor = static_cast<float>(steps_per_cycle);
-  return {sum.qx / divisor, sum.qy / divisor, sum.tx / divisor, sum.ty / divisor};
+  const CycleMean mean = {sum.qx / divisor, sum.qy / divisor, sum.tx / divisor, sum.ty / divisor};
+  // Waves far higher than the water is deep can take the second-order motion beyond all numbers.
+  const bool finite = std::isfinite(mean.qx * mean.qx + mean.qy * mean.qy) &&
+                      std::isfinite(mean.tx * mean.tx + mean.ty * mean.ty);
+  return finite ? mean : CycleMean{};
 }
 
 // Height of the centre of the load.
@@ -483,6 +490,15 @@ VanRijnResult VAN_RIJN(const MessageState& messages, const VanRijnInput& in) {
   result.mean_stress = std::sqrt(mean.tx * mean.tx + mean.ty * mean.ty);
   result.centroid = centroid_of(profile, bed.a, result.bed);
   return result;
+}
+
+float VAN_RIJN_STRESS(const MessageState& messages, const VanRijnInput& in) {
+  if (!(in.h > 0.0f)) stop_without_water(messages, in);
+  Flow flow = prepare(in);
+  const WaveMotion wave = wave_motion(flow);
+  drifts_on_request(flow, wave);
+  if (!(flow.D50 > 0.0f && flow.D90 > 0.0f)) return 0.0f;
+  return bed_stress(flow, wave).Tbed;
 }
 
 }  // namespace dfl

@@ -40,5 +40,7 @@ struct VanRijnResult {
 
 // A depth of 0 or less stops the run.
 VanRijnResult VAN_RIJN(const MessageState& messages, const VanRijnInput& in);
+// max_stress of VAN_RIJN alone, for callers at every parcel: no profile, no wave cycle.
+float VAN_RIJN_STRESS(const MessageState& messages, const VanRijnInput& in);
 
 }  // namespace dfl

@@ -132,6 +132,20 @@ TEST_F(StepReport, ParcelLineShowsCountsAndFractionInTwoColumns) {
   EXPECT_EQ(logged(), "");
 }
 
+// 0.15 lies above its decimal value in 4 bytes and below it in 8; 0.45 the other way round.
+TEST_F(StepReport, FractionIsRoundedAsA4ByteNumber) {
+  run.settings.no_parcels = true;
+  const double start = run.clock.Tnow;
+  for (const auto& [fraction, text] :
+       {std::pair{0.15, ".2"}, {0.45, ".4"}, {0.65, ".6"}, {0.85, ".9"}, {0.95, ".9"}}) {
+    run.clock.Tnow = start + fraction;
+    step(2);
+    EXPECT_NE(shown().find(std::string("01:00:00") + text + "  "), std::string::npos) << fraction;
+    std::fclose(run.messages.console_out);
+    run.messages.console_out = std::fopen(folder.path("console").c_str(), "w+");
+  }
+}
+
 TEST_F(StepReport, FractionOfAFullSecondDoesNotFit) {
   run.settings.no_parcels = true;
   run.clock.Tnow += 0.96;

@@ -67,6 +67,21 @@ TEST(FlowFrames, WeightOfTheNewerFrameAtAndBetweenFrames) {
             std::string::npos);
 }
 
+// An empty item keeps the value of the frame before it, not of the one before that.
+TEST(FlowFrames, ItemLeftOutKeepsTheValueOfTheFrameBefore) {
+  FlowRun f(1);
+  f.run.messages.HOSTEDmode = true;
+  f.write_2d("t\n3 1 60 30 1\n60 30\n1 0.1\n120 60\n1 0.2\n180 90\n1,,\n",
+             "t\n3 1 60 30 2\n60 30\n1 1 -1\n120 60\n1 2 -2\n180 90\n1,,-3\n");
+  f.open_2d();
+  FLOW_START(f.run);
+  advance(f, 180.0);
+  EXPECT_EQ(f.run.flow.ETAnew(1), 0.2f);
+  EXPECT_EQ(f.run.flow.Unew(1, 0), 2.0f);
+  EXPECT_EQ(f.run.flow.Vnew(1, 0), -3.0f);
+  EXPECT_EQ(f.run.flow.Uold(1, 0), 2.0f);
+}
+
 TEST(FlowFrames, HostedModeShowsNoProgressLine) {
   FlowRun f(1);
   f.console_to_file();
@@ -226,6 +241,37 @@ TEST(FlowFrames, BottomFramesFollowTheMainFlow) {
   EXPECT_EQ(f.run.flow.UBnode(1), 0.0f);
   EXPECT_NE(f.console_text().find("\rAdvancing Ub file... 1950/01/01  00:02:05.000     "),
             std::string::npos);
+}
+
+// 4 bytes hold 348324.064 as 348324.0625, before the end of the flow.
+TEST(FlowFrames, LastBottomFrameServesUpToTheEndOfTheFlow) {
+  FlowRun f(1);
+  f.run.messages.HOSTEDmode = true;
+  f.run.settings.method.velocity = VelocityMethod::two_point;
+  f.run.settings.bottom_flow_file =
+      f.folder.write("bottom.64", test::one_node_velocity({348264.064, 348324.064}, 60));
+  OPEN_BOTTOM_FLOW(f.run);
+  start_one_node(f, {348264.064, 348324.064}, 60);
+  advance(f, 348324.064);
+  EXPECT_EQ(f.run.flow.TIMEbottom, 348324.0625);
+  EXPECT_EQ(f.run.flow.FRAMEbottom, 2);
+  EXPECT_EQ(f.run.flow.FLOWfrac, 1.0f);
+}
+
+// Further behind its last frame a bottom file is too short.
+TEST(FlowFrames, BottomFileThatEndsBeforeTheFlowStopsTheRun) {
+  FlowRun f(1);
+  f.run.messages.HOSTEDmode = true;
+  f.run.settings.method.velocity = VelocityMethod::two_point;
+  f.run.settings.bottom_flow_file =
+      f.folder.write("bottom.64", test::one_node_velocity({60, 120}, 60));
+  OPEN_BOTTOM_FLOW(f.run);
+  start_one_node(f, {60, 120, 180}, 60);
+  advance(f, 120.0);
+  EXPECT_EXIT(advance(f, 121.0), testing::ExitedWithCode(0),
+              "bottom.64:6: expected a real number, found the end of the file");
+  // Behind the flow itself no bottom frame is looked for.
+  EXPECT_EXIT(advance(f, 181.0), testing::ExitedWithCode(0), "HYDRO. DATA FINISHES AT: ");
 }
 
 // ---------------------------------------------------------------- blend

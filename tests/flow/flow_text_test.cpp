@@ -92,6 +92,8 @@ TEST(FlowText, HeadsThatDoNotFitStopTheRun) {
       {"1 3 60 30 1", "1 2 60 30 2", "ERROR: NUMnode error in ETA file"},
       {"1 2 60 30 2", "1 2 60 30 2", "ERROR: NVAR error in ETA file"},
       {"1 2 60 30 1", "9 9 61 31 9", "ERROR: Time0 error in VEL file"},
+      {"2 2 60 30 1", "0 9 0 31 9", "ERROR: Time0 error in VEL file"},
+      {"2 2 60 30 1", "0 2 60 30 2", "ERROR: NUMframes error in VEL file"},
       {"1 2 60 30 1", "9 9 60 31 9", "ERROR: NStep0 error in VEL file"},
       {"1 2 60 30 1", "9 9 60 30 9", "ERROR: NUMframes error in VEL file"},
       {"1 2 60 30 1", "1 9 60 30 9", "ERROR: NUMnode error in VEL file"},

@@ -183,6 +183,35 @@ TEST(VerticalProfile, SuspendedLayerHeightHasItsSpeedOnTheLogProfile) {
   EXPECT_NEAR(0.04f * 2.5f * std::log(30.0f * hc / 0.03f), fr * 0.8f, 0.002f * fr);
 }
 
+// The power is formed from left to right: dividing first gives other last digits, which the
+// positions of parcels show.
+TEST(VerticalProfile, SuspendedLayerHeightIsFormedFromLeftToRight) {
+  constexpr float K = 0.03f;
+  int differing = 0;
+  for (int i = 1; i <= 200; ++i) {
+    const float ustar = 0.0137f + 0.00031f * static_cast<float>(i);
+    float hc = 0.0f, fr = 0.0f;
+    // With a mean speed of 1 fr is the speed of the centre.
+    SUSPENDED_LAYER(VelocityMethod::log, 4.0f, 0.01f, 1.0f, 5.0f, K, 0.006f, 0.012f, ustar, hc, fr);
+    ASSERT_EQ(hc, K * std::pow(10.0f, 0.173913f * fr / ustar - 1.47826f)) << ustar;
+    if (hc != K * std::pow(10.0f, 0.173913f * (fr / ustar) - 1.47826f)) ++differing;
+  }
+  EXPECT_GT(differing, 20);
+}
+
+// The bed may still move while the node's shear velocity, as old as the last bed update, is almost
+// nothing.
+TEST(VerticalProfile, SuspendedLayerWithAlmostNoShearIsFinite) {
+  const float lowest = 0.03f * std::pow(10.0f, -1.47826f);
+  for (const float ustar : {0.0f, 1.0e-30f, 1.0e-6f}) {
+    float hc = 0.0f, fr = 0.0f;
+    SUSPENDED_LAYER(VelocityMethod::log, 4.0f, 0.01f, 1.0f, 1.0f, 0.03f, 0.006f, 0.02f, ustar, hc,
+                    fr);
+    EXPECT_EQ(hc, lowest) << ustar;
+    EXPECT_NEAR(fr, 3.0f * 0.02f, 1.0e-3f);
+  }
+}
+
 TEST(VerticalProfile, SuspendedLayerOfUniformAndThreeDimensionalFlow) {
   const float fs = SUSPENDED_FRACTION(0.01f, 0.02f), hr = ROUSE_CENTROID(4.0f, 0.01f, 0.02f);
   for (const VelocityMethod method : {VelocityMethod::uniform, VelocityMethod::sigma_3d}) {

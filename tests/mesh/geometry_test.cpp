@@ -153,6 +153,23 @@ TEST(Geometry, EqualKeysStandAsTheShellSortLeavesThem) {
   }
 }
 
+// Columns in a power of two keep the gaps from mixing them: entries then sink far at small gaps,
+// and the sort takes its other way.
+TEST(Geometry, LatticeInPowersOfTwoIsSortedAlike) {
+  constexpr int count = 1 << 13, columns = 64;
+  std::vector<double> values;
+  Array<double> keys;
+  Array<int> index;
+  for (int i = 0; i < count; ++i) {
+    values.push_back(i / 2 % columns);
+    keys.push_back(values.back());
+    index.push_back(i + 1);
+  }
+  SORT_KEYS(keys, index);
+  const std::vector<int> expected = shell_sorted(values);
+  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), index.begin(), index.end()));
+}
+
 TEST(Geometry, MeshGeometryOfTwoTriangles) {
   RunState run;
   test::quiet(run, "unused");

@@ -137,6 +137,22 @@ TEST(Balance, OpenBoundariesAndTrapsRaiseNoWarning) {
   EXPECT_TRUE(contains(test::read_text(folder.path("console")), "WARNING: 2 parcels (0.20 %"));
 }
 
+// One heavy parcel of many: 0.05 % of the parcels, most of the mass.
+TEST(Balance, MassLostForAnUnknownCauseRaisesTheWarning) {
+  const TemporaryFolder folder;
+  RunState run;
+  test::quiet(run, folder.path("run"));
+  run.messages.console_out = std::fopen(folder.path("console").c_str(), "w");
+  test::set_clock(run, 1);
+  test::make_parcels(run, 2000, 2000);
+  for (int id = 1; id <= 2000; ++id) set_parcel(run, id, 1, 1.0f, true, false, 0);
+  set_parcel(run, 5, 1, 8001.0f, false, false, 0);
+  WRITE_BALANCE(run);
+  std::fclose(run.messages.console_out);
+  EXPECT_TRUE(contains(test::read_text(folder.path("console")),
+                       "WARNING: 1 parcels (0.05 %, 80.01 % of the mass) were lost"));
+}
+
 TEST(Balance, SourcesOfOneNumberShareAnAccount) {
   const TemporaryFolder folder;
   RunState run;

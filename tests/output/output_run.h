@@ -37,9 +37,4 @@ inline void set_clock(RunState& run, int step) {
   run.clock.DATEnow = SECONDS_TO_DATE(REFyear, run.clock.Tnow + 30.0);
 }
 
-// The run's files as they stand.
-inline void flush_all() {
-  std::fflush(nullptr);
-}
-
 }  // namespace dfl::test

@@ -42,7 +42,8 @@ TEST(SetupOutput, EveryFileHasItsCards) {
       {"nothing", {}, {}},
       {"parcels in three formats",
        {&Settings::hyfs_parcels, &Settings::tecplot_parcels, &Settings::ensim_parcels},
-       {"run_mesh.plt", "run_particles.h5", "run_particles.pcl", "run_particles.plt"}},
+       {"run_mesh.plt", "run_particles.h5", "run_particles.pcl", "run_particles.plt",
+        "run_particles.xmf"}},
       {"no_parcels beside parcel cards",
        {&Settings::hyfs_parcels, &Settings::tecplot_parcels, &Settings::ensim_parcels,
         &Settings::no_parcels},
@@ -180,6 +181,15 @@ TEST(MapSetup, TecplotHeadHoldsTheStateBeforeTheFlow) {
                  "0.000", "0.000", "0.000", "0.000", "0.000", "1.000", "0.000", "0.000"}));
   EXPECT_EQ(lines[7], "1 2 3");
   EXPECT_EQ(lines[8], "1 3 4");
+}
+
+TEST(MapSetup, ColumnsKeepTheDigitsOfConcentrations) {
+  RunState run;
+  run.settings.concentration_mapping = true;
+  run.output.CONCnode.allocate(1, 123456789.125);  // mg/m3; 4 bytes would give 123456792
+  const MapField& field = map_field(MapFieldId::concentration);
+  EXPECT_EQ(map_column_values(run, field, 1)[0], 123456789.125);
+  EXPECT_EQ(map_scalar(run, field.id, 1), 123456792.0f);
 }
 
 TEST(MapSetup, FieldsWithoutArraysCountAsZero) {

@@ -74,7 +74,7 @@ TEST(WritePaths, UnorderedIdsGiveTheSameFileInAnyBlock) {
   const TemporaryFolder folder;
   folder.write("run_particles.plt",
                "VARIABLES=\"X\" \"Y\" \"ID\"\n"
-               "ZONE T=\"a @ 2000/01/02/00/00/00.000\", I=3\n1 1 2000000\n2 2 -5\n3 3 7\n"
+               "ZONE T=\"a @ 2000/01/02/00/00/00.000\", I=4\n1 1 2000000\n2 2 -5\n3 3 7\n5 5 0\n"
                "ZONE T=\"a @ 2000/01/02/00/01/00.000\", I=1\n4 4 7\n");
   std::vector<std::string> results;
   for (const std::size_t block : {std::size_t{1}, std::size_t{1000}}) {
@@ -85,10 +85,11 @@ TEST(WritePaths, UnorderedIdsGiveTheSameFileInAnyBlock) {
   }
   EXPECT_EQ(results[0], results[1]);
   const std::vector<std::string> lines = test::lines_of(results[0]);
-  ASSERT_EQ(lines.size(), 8u);
+  ASSERT_EQ(lines.size(), 10u);
   EXPECT_EQ(lines[1], "ZONE T=\"-5\", I=1");
-  EXPECT_EQ(lines[3], "ZONE T=\"7\", I=2");
-  EXPECT_EQ(lines[6], "ZONE T=\"2000000\", I=1");
+  EXPECT_EQ(lines[3], "ZONE T=\"0\", I=1");
+  EXPECT_EQ(lines[5], "ZONE T=\"7\", I=2");
+  EXPECT_EQ(lines[8], "ZONE T=\"2000000\", I=1");
 }
 
 TEST(WritePaths, ConsoleShowsProgressUnlessHosted) {

@@ -95,7 +95,8 @@ inline float stress_pie(const Working& s, float omega, float k, float Ax, float 
   return std::sqrt(along * along + across * across);
 }
 
-inline float stress_van_rijn(const RunState& run, const Parcel& parcel, const Working& s, float Ud,
+// Raises the roughness at the parcel to the least one of the formula.
+inline float stress_van_rijn(const RunState& run, const Parcel& parcel, Working& s, float Ud,
                              float phi) {
   VanRijnInput in;
   in.number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
@@ -117,7 +118,9 @@ inline float stress_van_rijn(const RunState& run, const Parcel& parcel, const Wo
   in.salinity = run.flow.UNIFORMsal ? run.settings.salinity * 1000.0f
                                     : at_height(run, s, s.height, 1, EndRule::hold, EndRule::hold,
                                                 run.flow.SALnode);
-  return VAN_RIJN(run.messages, in).max_stress;
+  const VanRijnResult result = VAN_RIJN(run.messages, in);
+  s.KStotal = result.kc;
+  return result.max_stress;
 }
 
 // Chance of a pick-up, 1/s.
@@ -137,7 +140,7 @@ inline float pickup(const RunState& run, const Parcel& parcel, const Working& s)
     theta_cr = parcel.TAUcr / gravity / (parcel.RHOs - s.rho) / parcel.D;
   } else {
     const float Dstar =
-        parcel.D * std::cbrt((parcel.RHOs / s.rho - 1.0f) * gravity / (s.nu * s.nu));
+        parcel.D * std::pow((parcel.RHOs / s.rho - 1.0f) * gravity / (s.nu * s.nu), 1.0f / 3.0f);
     theta_cr = 0.3f / (1.0f + 1.2f * Dstar) + 0.055f * (1.0f - std::exp(-0.02f * Dstar));
   }
   const float rate = PICKUP_RATE(parcel.RHOs, s.rho, s.nu, theta, theta_cr, parcel.D);
@@ -233,9 +236,9 @@ inline bool LOCAL_CONDITIONS(const RunState& run, const Parcel& parcel, Working&
   if (set.wave_breaking && s.Db < 0.0f) s.tau = s.tau + std::max(-0.1f * s.Db / Cg, 0.0f);
   s.tau_cr = is_true(s.DORMANT) ? parcel.TAUcr : parcel.TAUcd;
   if (set.turbulent_shear) {
-    double g = 0.0;
-    if (!set.debug) g = std::min(std::max(GAUSS_NUMBER(random), -6.0), 6.0);
-    const double f = std::min(std::max(s.DTsub * 0.05 * g, -0.4), 0.4);
+    float g = 0.0f;
+    if (!set.debug) g = held(static_cast<float>(GAUSS_NUMBER(random)), -6.0f, 6.0f);
+    const double f = std::min(std::max(s.DTsub * 0.05 * static_cast<double>(g), -0.4), 0.4);
     s.tau = std::max(s.tau * (1.0f + static_cast<float>(f)), 0.0f);
   }
   if (s.DORMANT == logical_true && set.hiding_exposure) {
@@ -437,7 +440,7 @@ inline void LIGHT_VELOCITY(const RunState& run, Parcel& parcel, Working& s) {
       s.fr = 2.5f * ustar * std::log(30.0f * hq / k) / s.S;
     }
   }
-  if (advection != AdvectionMethod::d2) s.w = continuity(run, s, hq);
+  if (advection != AdvectionMethod::d2) s.w = continuity(run, s, s.height);
 }
 
 inline float breaking_factor(const RunState& run, float Db, float Hw) {
@@ -477,7 +480,8 @@ inline float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) 
   const float Z = (Ws / 0.4f) / ustar;
   const auto level = [&](int i) {
     const float x = static_cast<float>(i) / 50.0f;
-    return x * x * x * x + a;
+    const float square = x * x;
+    return square * square + a;
   };
   const auto g = [&](float z) { return std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z); };
   // The 51st level is above 1 for every a that is a height.
@@ -504,7 +508,6 @@ inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
   const Settings& set = run.settings;
   const AdvectionMethod advection = set.method.advection;
   const double dt8 = set.time_step;
-  const float dt = static_cast<float>(dt8);
   s.absolute = false;
   if (s.hs > s.H) s.h0 = s.H;
   if (advection == AdvectionMethod::d2 && s.MOBILITY < 1.0f) {
@@ -531,26 +534,26 @@ inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
   }
   const float sh = static_cast<float>(std::sqrt(6.0 * static_cast<double>(Et) / dt8));
   const float sv = static_cast<float>(std::sqrt(6.0 * static_cast<double>(Ev0) / dt8));
-  float rx = 0.0f, ry = 0.0f, rz = 0.0f;
+  double rx = 0.0, ry = 0.0, rz = 0.0;
   if (!set.no_random_walk) {
-    rx = s.walk.w2 * sh * dt;
-    ry = s.walk.w3 * sh * dt;
-    rz = (gradient + s.walk.w4 * sv) * dt;
+    rx = static_cast<double>(s.walk.w2 * sh) * dt8;
+    ry = static_cast<double>(s.walk.w3 * sh) * dt8;
+    rz = static_cast<double>(gradient + s.walk.w4 * sv) * dt8;
   }
-  const float dx = s.u * s.fr * dt + rx;
-  const float dy = s.v * s.fr * dt + ry;
+  const double dx = static_cast<double>(s.u * s.fr) * dt8 + rx;
+  const double dy = static_cast<double>(s.v * s.fr) * dt8 + ry;
 
   // In motion.
   if (!is_true(s.DORMANT)) {
-    s.dx = static_cast<double>(dx);
-    s.dy = static_cast<double>(dy);
+    s.dx = dx;
+    s.dy = dy;
     if (advection == AdvectionMethod::d2) {
       s.dz = static_cast<double>(s.hc);
     } else if (advection == AdvectionMethod::d3 || parcel.RHOs <= s.rho || s.MOBILITY < 1.0f ||
                s.hc <= s.h0) {
-      s.dz = static_cast<double>((s.w - parcel.Ws) * dt + rz);
+      s.dz = static_cast<double>(s.w - parcel.Ws) * dt8 + rz;
     } else {
-      s.dz = static_cast<double>((s.w + parcel.Ws) * dt + rz);
+      s.dz = static_cast<double>(s.w + parcel.Ws) * dt8 + rz;
     }
     return;
   }
@@ -573,8 +576,8 @@ inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
     if (!picked) return;
     s.dz = static_cast<double>(s.hc);
   }
-  s.dx = s.Xs + static_cast<double>(dx);
-  s.dy = s.Ys + static_cast<double>(dy);
+  s.dx = s.Xs + dx;
+  s.dy = s.Ys + dy;
 }
 
 // Where the path from (Xs, Ys) to (x, y) meets a boundary.
@@ -793,7 +796,7 @@ inline int settle_element(const RunState& run, const Working& s, double& x, doub
       status = lost_off_mesh;
       return 0;
     }
-    x = x + 0.01 * static_cast<double>(std::sqrt(mesh.AREAelem(e0)));
+    x = x + static_cast<double>(0.01f * std::sqrt(mesh.AREAelem(e0)));
   }
 }
 

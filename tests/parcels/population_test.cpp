@@ -91,6 +91,18 @@ TEST(AliveList, HoldsTheLivingInAscendingOrderAndZerosBehindThem) {
   EXPECT_EQ(p.run.parcels.NUMalive, 3);
 }
 
+TEST(AliveList, NothingStaysOfAListThatTrapsHaveShortened) {
+  Population p(4);
+  p.bear(4);
+  BUILD_ALIVE_LIST(p.run);
+  for (int id : {1, 2, 4}) p.run.parcels.PARCELS(id).ALIVE = logical_false;
+  p.run.parcels.NUMalive -= 3;  // as at the end of a step, the ids still in the list
+  BUILD_ALIVE_LIST(p.run);
+  EXPECT_EQ(p.run.parcels.NUMalive, 1);
+  const int expected[] = {3, 0, 0, 0};
+  for (int i = 1; i <= 4; ++i) EXPECT_EQ(p.run.parcels.ALIVElist(i), expected[i - 1]) << i;
+}
+
 TEST(AliveList, EmptyListEndsTheRunOnlyAfterTheLastRelease) {
   Population p(1);
   p.run.parcels.RELlast = 100.0;

@@ -239,6 +239,41 @@ TEST(Releases, ScatterIsNormalAboutThePoint) {
   }
 }
 
+TEST(Releases, PlacesAreFormedInFourBytesWhileParcelsKeepEight) {
+  SourceRun s;
+  s.read("1\n1 1 'i'\n" + at_second(0) + "50.1 40.3 5.7 1 3.3 0.7 100 0.0002 0 2650 0.01 0 0\n" +
+         "0\n1\n2 2 'l'\n" + at_second(0) + "10.1 20.7 1 40.3 60.9 1 1 0.7 0 0.1 0.0002 0 2650" +
+         " 0.01 0 0\n" + at_second(5000) + "10.1 20.7 1 40.3 60.9 1 1 0.7 0 0.1 0.0002 0 2650" +
+         " 0.01 0 0\n0\n");
+  RandomStream copy = s.run.parcels.random;
+  s.step();
+  const auto deviate = [&] {
+    return static_cast<float>(std::min(std::max(GAUSS_NUMBER(copy), -6.0), 6.0));
+  };
+  ASSERT_GT(s.run.parcels.NUMborn, 110);
+  for (int id = 1; id <= 100; ++id) {
+    const float g1 = deviate(), g2 = deviate(), g3 = deviate();
+    ASSERT_EQ(s.parcel(id).X, static_cast<double>(g1 * 3.3f + 50.1f)) << id;
+    ASSERT_EQ(s.parcel(id).Y, static_cast<double>(g2 * 3.3f + 40.3f)) << id;
+    ASSERT_EQ(s.parcel(id).h, g3 * 0.7f + 5.7f) << id;
+  }
+  std::array<float, 2> chain = {0.3f, 0.7f};
+  // Not from literals, whose sine the compiler would work out with more digits.
+  const Array2<double>& ends = s.run.parcels.SRCline(1).SRCpos;
+  const float dx = static_cast<float>(ends(1, 4)) - 10.1f;
+  const float dy = static_cast<float>(ends(1, 5)) - 20.7f, a = std::atan2(dy, dx);
+  for (int id = 101; id <= s.run.parcels.NUMborn; ++id) {
+    seed_generator(copy, static_cast<int>(chain[1] * 2.0e6f), static_cast<int>(chain[0] * 1.0e6f));
+    for (float& r : chain) r = UNIFORM_NUMBER(copy);
+    const float g1 = deviate(), g2 = deviate();
+    ASSERT_EQ(s.parcel(id).X, static_cast<double>(dx * chain[0] + 10.1f + std::sin(a) * 0.7f * g1));
+    ASSERT_EQ(s.parcel(id).Y, static_cast<double>(dy * chain[0] + 20.7f + std::cos(a) * 0.7f * g1));
+    if (const float wanted = g2 * 0.7f + 1.0f; wanted > 0.01f) {  // else on the bed
+      ASSERT_EQ(s.parcel(id).h, wanted) << id;
+    }
+  }
+}
+
 TEST(Releases, ParcelScatteredOffTheMeshIsDrawnAgain) {
   SourceRun s;
   s.read(inst(at_second(0) + "0 50 1 1 5 0 2000 0.0002 0 2650 -1 0 0\n"));

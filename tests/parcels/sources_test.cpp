@@ -138,8 +138,6 @@ TEST(SourceFileDeath, FaultsAreToldWithTheirPlace) {
       {"0\n0\n0\n1\n1 2000000000 1 'a'\n" + first + "\n1 1 0\n", "found the end of the file"},
       {"0\n0\n1\n", "sources.txt:3: expected the head of a line source, found the end"},
       {"0\n0\n1\n\n1 x 'a'\n", "sources.txt:5: expected an integer, found \"x\""},
-      {"0\n1\n40000 1 'a'\n",
-       "sources.txt:3: expected a source id from -32768 to 32767, found 40000"},
       {"0\n1\n1 0 'a'\n", "sources.txt:3: expected 1 row or more, found 0"},
       {"0\n0\n0\n1\n1 2 1 'a'\n", "sources.txt:5: expected 3 vertices or more, found 2"},
       {"1\n1 1 'a'\n2020 13 1 0 0 0 " + point + sand,
@@ -177,6 +175,22 @@ TEST(SourceFileDeath, FaultsAreToldWithTheirPlace) {
         },
         testing::ExitedWithCode(0), c.message)
         << c.text;
+  }
+}
+
+TEST(SourceFile, OddButUsableValuesAreTakenWithAWarningInTheEchoFile) {
+  SourceRun s;
+  // 36 hours and 90 seconds after 31 May; a source number beyond 2 bytes.
+  s.read("1\n40000 1 'a'\n2020 5 31 36 0 90 50 50 1" + sand + "0\n0\n0\n");
+  EXPECT_EQ(s.run.parcels.SRCinst(1).SRCid, 40000);
+  EXPECT_EQ(s.run.parcels.SRCinst(1).SRCrow(1).ROWtime,
+            s.run.settings.start_run + 12.0 * 3600.0 + 90.0);
+  const std::string echo = test::read_text(s.folder.path("t.input"));
+  for (const char* text :
+       {"sources.txt:2: parcels of source 40000 carry its number in 2 bytes, -25536\n",
+        "sources.txt:3: expected an hour from 0 to 24, found 36, which is counted on\n",
+        "sources.txt:3: expected a second from 0 to 60, found 90, which is counted on\n"}) {
+    EXPECT_NE(echo.find(text), std::string::npos) << text << echo;
   }
 }
 
@@ -249,6 +263,7 @@ TEST(Counts, ReleaseTheMassThatTheRateAsksFor) {
       {"before and after the run", {{2000, 1.0f}, {3000, 1.0f}}, "1", 0},
       {"rows out of order are never active", {{500, 1.0f}, {300, 1.0f}}, "1", 0},
       {"no rate", {{0, 0.0f}, {2000, 0.0f}}, "1", 0},
+      {"no rate and no mass", {{0, 0.0f}, {2000, 0.0f}}, "0", 0},
   };
   for (const Case& c : cases) {
     SourceRun s;
@@ -326,6 +341,21 @@ TEST(GrainSizes, OneSizeDrawsNoNumbers) {
   s.read(point_source({{0, 1.0f}, {2000, 1.0f}}));
   EXPECT_GT(s.run.parcels.NUMparcels, 0);
   EXPECT_EQ(s.run.parcels.random.state, before);
+}
+
+TEST(GrainSizes, AreFormedInFourBytes) {
+  RandomStream random, copy;
+  seed_generator(random, 5, 6);
+  copy = random;
+  constexpr int n = 1000;
+  Array<float> table;
+  table.allocate(n);
+  GRAIN_SIZES(random, false, n, 0, 2650.0f, 0.00025f, 0.4f, false, table);
+  const float phi50 = -(std::log(0.00025f * 1000.0f) / std::log(2.0f));
+  for (int i = 1; i <= n; ++i) {
+    const float g = static_cast<float>(GAUSS_NUMBER(copy));
+    ASSERT_EQ(table(i), std::pow(2.0f, -(phi50 + g * (0.4f * 0.4f))) / 1000.0f) << i;
+  }
 }
 
 TEST(GrainSizes, SpreadIsTheSquareOfSigmaAboutTheMedian) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 
 #include "parcels/track_fields.h"
@@ -222,6 +223,100 @@ TEST_P(FastTracking, GivesTheBytesOfThePlainForm) {
   EXPECT_GT(dead, 0);
   EXPECT_GT(landed, 0);
   EXPECT_GT(lifted, 0);
+}
+
+// All settings drawn by lot, also values that no single case has.
+Variant drawn_variant(std::mt19937_64& random) {
+  const auto one_of = [&](auto... values) {
+    const std::array all{values...};
+    return all[random() % all.size()];
+  };
+  const auto coin = [&] { return random() % 2 == 0; };
+  Variant v{.name = "drawn"};
+  v.advection = one_of(AdvectionMethod::q3d, AdvectionMethod::d3, AdvectionMethod::d2);
+  v.levels = random() % 3 == 0;
+  v.velocity =
+      v.levels ? one_of(VelocityMethod::sigma_3d, VelocityMethod::z_3d)
+               : one_of(VelocityMethod::log, VelocityMethod::uniform, VelocityMethod::two_point);
+  v.centroid = one_of(CentroidMethod::rouse, CentroidMethod::van_rijn);
+  v.eulerian = one_of(EulerianMethod::pie, EulerianMethod::van_rijn);
+  v.order = one_of(2, 4);
+  v.waves = coin();
+  v.bed_interaction = coin();
+  v.turbulent_shear = coin();
+  v.debug = random() % 4 == 0;
+  v.repeatable = coin();
+  v.TAUgiven = coin();
+  v.no_random_walk = random() % 4 == 0;
+  v.time_step = one_of(2.0, 20.0, 150.0);
+  return v;
+}
+
+void draw_settings(RunState& run, std::mt19937_64& random) {
+  const auto coin = [&] { return random() % 2 == 0; };
+  Settings& set = run.settings;
+  set.wave_breaking = coin();
+  set.wave_mass_transport = coin();
+  set.undertow = coin();
+  set.hiding_exposure = coin();
+  set.rvs_mesh = coin();
+  if (random() % 4 == 0) set.ket = 0.0f;
+  if (random() % 4 == 0) set.kev = 0.0f;
+  if (random() % 4 == 0) set.etmin = 0.0f;
+  if (coin()) set.evmin = 0.001f;
+  if (!run.flow.FLOW2D) {
+    run.flow.UNIFORMden = coin();
+    run.flow.UNIFORMtem = coin();
+  }
+  const bool smooth = coin(), rising = coin();
+  for (int n = 1; n <= run.mesh.NUMnode; ++n) {
+    // Beds without roughness, and rough ones that fill the depth.
+    if (smooth && run.mesh.Xnode(n) < 600.0) {
+      run.sediment.D90(n) = 0.0f;
+      if (run.mesh.Ynode(n) < 300.0) run.sediment.KSnode(n) = 0.0f;
+    }
+    if (run.mesh.Ynode(n) > 450.0 && random() % 8 == 0) run.sediment.D90(n) = 2.0f;
+    if (rising) run.waves.WAVEbreak(n) = -run.waves.WAVEbreak(n);
+  }
+}
+
+TEST(FastTrackingByLot, GivesTheBytesOfThePlainForm) {
+  TemporaryFolder folder;
+  for (unsigned lot = 1; lot <= 24; ++lot) {
+    std::mt19937_64 random(lot);
+    const Variant variant = drawn_variant(random);
+    RunState run;
+    make_basin(run, folder);
+    set_fields(run, variant);
+    draw_settings(run, random);
+    const test::FieldsPointer fields = test::packed_fields(run);
+    std::vector<Parcel> plain = random_parcels(run, 400);
+    std::vector<Parcel> fast = plain;
+    std::vector<float> plain_vec(3 * plain.size()), fast_vec(3 * plain.size());
+    for (std::size_t i = 0; i < plain.size(); ++i) {
+      plain[i].VEC = &plain_vec[3 * i];
+      fast[i].VEC = &fast_vec[3 * i];
+    }
+    RandomStream plain_stream, fast_stream;
+    seed_generator(plain_stream, 12345, static_cast<int>(lot));
+    fast_stream = plain_stream;
+    for (int step = 1; step <= 5; ++step) {
+      run.clock.NStep = step;
+      for (std::size_t i = 0; i < plain.size(); ++i) {
+        if (!is_true(plain[i].ALIVE)) continue;
+        const TrackReport a = literal::TRACK_PARCEL(run, variant.order, plain[i], plain_stream);
+        const TrackReport b = TRACK_PARCEL(run, *fields, variant.order, fast[i], fast_stream);
+        ASSERT_TRUE(test::same_bytes(plain[i], fast[i]))
+            << "lot " << lot << " step " << step << " parcel " << i << " x " << plain[i].X << " "
+            << fast[i].X << " y " << plain[i].Y << " " << fast[i].Y << " h " << plain[i].h << " "
+            << fast[i].h << " mobility " << plain[i].MOBILITY << " " << fast[i].MOBILITY;
+        ASSERT_TRUE(test::same_stream(plain_stream, fast_stream)) << lot << " " << step << " " << i;
+        ASSERT_EQ(std::memcmp(plain[i].VEC, fast[i].VEC, 12), 0) << lot << " " << step << " " << i;
+        ASSERT_EQ(a.status, b.status);
+        ASSERT_EQ(a.dry, b.dry);
+      }
+    }
+  }
 }
 
 constexpr AdvectionMethod d2 = AdvectionMethod::d2, d3 = AdvectionMethod::d3,

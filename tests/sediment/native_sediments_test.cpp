@@ -55,6 +55,21 @@ TEST(NativeSediments, ListedNodesGiveTheOthersTheirMean) {
   }
 }
 
+TEST(NativeSediments, ListedNodeThatComesAgainTakesTheLaterSizes) {
+  TemporaryFolder folder;
+  RunState run;
+  sediment_run(run, folder, SedimentsFormat::kfe,
+               "title\n5\n1 0.1 0.2 0.4\n2 0.1 0.2 -0.6\n3 0.3 0.4 0.8\n2 0.3 0.4 0.8\n"
+               "3 0.3 0.4 -0.6\n");
+  READ_NATIVE_SEDIMENTS(run);
+  const SedimentState& bed = run.sediment;
+  EXPECT_FLOAT_EQ(bed.D90(2), 0.0008f);
+  EXPECT_EQ(bed.BEDmobile(2), logical_true);
+  EXPECT_FLOAT_EQ(bed.D50(3), 0.0002f);
+  EXPECT_EQ(bed.BEDmobile(3), logical_false);
+  EXPECT_FLOAT_EQ(bed.D90(4), 0.0014f / 3.0f);  // the mean of three nodes, not of five records
+}
+
 TEST(NativeSediments, UniformSizesAreNotChecked) {
   TemporaryFolder folder;
   RunState run;
@@ -94,9 +109,9 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
       {SedimentsFormat::adcirc, "t\n2 4\n1 0 0 0 0 0\n2 0 0 1 1 1\n4 0 0 1 1 1\n3 0 0 1 1 1\n",
        "\\*\\*\\* Zero grain size for D35 @ N=     1"},
       {SedimentsFormat::kfe, "t\n1\n2 1 0 1\n", "\\*\\*\\* Zero grain size for D50 @ N=     2"},
-      {SedimentsFormat::kfe, "t\n2000000000\n",
-       "bed.sed:2: expected a number of records from 1 to 4, found 2000000000"},
-      {SedimentsFormat::kfe, "t\n0\n", "expected a number of records from 1 to 4, found 0"},
+      {SedimentsFormat::kfe, "t\n2000000000\n1 1 1 1\n",
+       "bed.sed:3: expected an integer, found the end of the file"},
+      {SedimentsFormat::kfe, "t\n0\n", "expected a number of records of 1 or more, found 0"},
       {SedimentsFormat::n2d, "t\n", "not available in this version: it needs a gridded mesh"},
       {SedimentsFormat::hyfs, "t\n", "not available in this version"},
       {SedimentsFormat::unknown, "t\n", "Sediments file type not available"},

@@ -111,6 +111,18 @@ TEST(VanRijn, SteadyStressCountsTwoPointsTwice) {
   expect_close(r.mean_stress, 1.01 * Tt, 1.0e-3);
 }
 
+TEST(VanRijn, StressAloneIsThatOfTheWholeRoutine) {
+  VanRijnInput irregular = river();
+  irregular.h = 1.0f;
+  irregular.kc = 12.0f;
+  VanRijnInput no_grain = coast();
+  no_grain.D50 = 0.0f;
+  MessageState messages;
+  for (const VanRijnInput& in : {river(), coast(), deep_coast(), irregular, no_grain}) {
+    EXPECT_EQ(VAN_RIJN_STRESS(messages, in), solve(in).max_stress);
+  }
+}
+
 TEST(VanRijn, PeriodBelowOneSecond) {
   VanRijnInput in = coast();
   in.T = 0.4f;  // counts as 1 s
@@ -145,7 +157,31 @@ TEST(VanRijn, LimitsGiveNoNan) {
   shallow.h = 0.011f;
   VanRijnInput floating = river();
   floating.Ds = 0.0f;
-  for (const VanRijnInput& in : {still, swell, no_grain, high_roughness, shallow, floating}) {
+  // Gravel under a deep river: one sub-step takes the concentration below the least float.
+  VanRijnInput deep = river();
+  deep.h = 46.436f;
+  deep.U = 0.97864f;
+  deep.D50 = 0.001797f;
+  deep.D90 = 0.004826f;
+  deep.Ds = 0.0012303f;
+  deep.kc = 0.0010508f;
+  deep.kw = 0.011349f;
+  deep.temperature = 7.9012f;
+  deep.salinity = 34.678f;
+  // Waves far higher than the water is deep, as fast as the current.
+  VanRijnInput storm = coast();
+  storm.h = 0.0142593f;
+  storm.U = 1.73815f;
+  storm.H = 11.5375f;
+  storm.T = 5.70984f;
+  storm.Vr = 0.0f;
+  storm.phi = 0.0f;
+  storm.kc = 0.0697f;
+  storm.kw = 0.3187f;
+  storm.D50 = 7.888e-5f;
+  storm.D90 = 0.00025149f;
+  for (const VanRijnInput& in :
+       {still, swell, no_grain, high_roughness, shallow, floating, deep, storm}) {
     const VanRijnResult r = solve(in);
     for (const float value :
          {r.bed, r.suspended, r.total, r.centroid, r.mean_stress, r.max_stress, r.mobility, r.Ustar,
@@ -158,6 +194,7 @@ TEST(VanRijn, LimitsGiveNoNan) {
   EXPECT_GT(solve(swell).bed, 0.0f);
   EXPECT_EQ(solve(no_grain).total, 0.0f);
   EXPECT_EQ(solve(high_roughness).suspended, 0.0f);
+  EXPECT_GT(solve(deep).suspended, 0.0f);
 }
 
 TEST(VanRijn, DivisorOfZeroGivesNoLoad) {

@@ -1,30 +1,13 @@
-// Writes a short run of maps and parcels, and tells each file and frame that is complete, so that a
-// test can end it at any place and look what is left.
-//   hyfs_writer FOLDER FRAMES COMPRESSION
-
-#include <cstdio>
-#include <cstdlib>
-#include <string>
+#include "dataset/writer_run.h"
 
 #include "dataset/hyfs.h"
-#include "writer_run.h"
+
+namespace dfl::test {
 
 namespace {
 
-using namespace dfl;
-using namespace dfl::test;
-
-void told(const char* what, int number) {
-  std::printf("%s %d\n", what, number);
-  std::fflush(stdout);
-}
-
-// As a fatal message does: tells, flushes, leaves by std::exit.
 void require(int status, const char* what) {
-  if (status >= 0) return;
-  std::printf("failed %s %d\n", what, status);
-  std::fflush(nullptr);
-  std::exit(3);
+  if (status < 0) throw WriterFailure{what, status};
 }
 
 constexpr const char* map_fields[] = {"shear stress", "bedforms", "wse"};
@@ -33,6 +16,7 @@ constexpr const char* parcel_fields[] = {"speed", "state"};
 struct Run {
   std::string maps, particles;
   int frames = 0, compression = -1;
+  const Tell& tell;
 };
 
 HyfsMesh make_mesh() {
@@ -70,7 +54,7 @@ void create_maps(const Run& run) {
   require(hfcreatevectordataset_f(file, "flow", data, set), "create vector");
   require(hfclosegroup_f(set), "close vector");
   require(hfclosefile_f(file), "close maps");
-  told("created_maps", 0);
+  run.tell("created_maps");
 }
 
 void create_particles(const Run& run) {
@@ -78,7 +62,7 @@ void create_particles(const Run& run) {
   info.kind = "particles";
   info.start_date = "2020-03-01 00:00:00";
   info.expected_frames = run.frames;
-  info.expected_values = parcels_of(run.frames);
+  info.expected_values = parcels_of(0);  // so that later frames need several chunks
   HyfsHandle file = 0, group = 0, set = 0;
   require(hfcreatefile_f(run.particles, true, info, file), "create particles");
   require(hfcreategeometricpathgroup_f(file, "out/run_particles", "1-2-3", run.compression, group),
@@ -92,7 +76,7 @@ void create_particles(const Run& run) {
   }
   require(hfclosegroup_f(group), "close group");
   require(hfclosefile_f(file), "close particles");
-  told("created_particles", 0);
+  run.tell("created_particles");
 }
 
 void write_maps(const Run& run, int frame) {
@@ -117,7 +101,7 @@ void write_maps(const Run& run, int frame) {
           "write vector");
   require(hfclosegroup_f(set), "close vector");
   require(hfclosefile_f(file), "close maps");
-  told("maps", frame);
+  run.tell("maps");
   require(hfwritemapsxmf_f(run.maps), "maps sidecar");
 }
 
@@ -146,7 +130,7 @@ void write_particles(const Run& run, int frame) {
   }
   require(hfclosegroup_f(group), "close group");
   require(hfclosefile_f(file), "close particles");
-  told("particles", frame);
+  run.tell("particles");
   require(hfwriteparticlesxmf_f(run.particles), "particles sidecar");
 }
 
@@ -171,24 +155,22 @@ void write_constants(const Run& run) {
   }
   require(hfclosegroup_f(group), "close group");
   require(hfclosefile_f(file), "close particles");
-  told("constants", 5);
+  run.tell("constants");
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc != 4) return 2;
-  const std::string folder = argv[1];
-  const Run run{folder + "/run_maps.h5", folder + "/run_particles.h5", std::atoi(argv[2]),
-                std::atoi(argv[3])};
+void write_run(const std::string& folder, int frames, int compression, const Tell& tell) {
+  const Run run{folder + "/run_maps.h5", folder + "/run_particles.h5", frames, compression, tell};
   require(hfpinitialize_f(), "initialize");
   create_maps(run);
   create_particles(run);
-  for (int frame = 0; frame < run.frames; ++frame) {
+  for (int frame = 0; frame < frames; ++frame) {
     write_maps(run, frame);
     write_particles(run, frame);
   }
   write_constants(run);
-  told("end", 0);
-  return 0;
+  tell("end");
 }
+
+}  // namespace dfl::test
