@@ -54,7 +54,6 @@ void release(Case& made, int parcels, float RHOs, float D, float Ws) {
   }
   run.parcels.NUMalive = parcels;
   seed_generator(run.parcels.random, 12345, 67890);
-  if (getenv("SORTED")) std::sort(run.parcels.PARCELS.begin(), run.parcels.PARCELS.end(), [](auto&a, auto&b){return a.ELEMENT<b.ELEMENT;});
   made.start.assign(run.parcels.PARCELS.begin(), run.parcels.PARCELS.end());
 }
 

@@ -102,7 +102,8 @@ bool current_alone(const Stage& s, float Cd) {
   return small == 0.0f || large <= 1000.0f * small;
 }
 
-// Stress of a current without waves, Pa.
+// Stress of a current without waves, Pa. The sum with a wave stress of 0 takes the root of its
+// square once more, which gives the same number, or 0 or infinity where the square does not fit.
 float calm_stress(const Stage& s) {
   const float log_drag = 0.4f / (std::log(s.KSgrain / 30.0f / s.H) + 1.0f);
   float Cdx = log_drag * log_drag, Cdy = Cdx;
@@ -115,7 +116,7 @@ float calm_stress(const Stage& s) {
   const float tau_x = Cdx * s.rho * s.U * s.S;
   const float tau_y = Cdy * s.rho * s.V * s.S;
   const float tau_c = std::sqrt(tau_x * tau_x + tau_y * tau_y);
-  return std::sqrt(tau_c * tau_c);
+  return tau_c > 1.0e-15f && tau_c < 1.0e15f ? tau_c : std::sqrt(tau_c * tau_c);
 }
 
 // Stress of current and waves, Pa.
@@ -260,18 +261,18 @@ float estimate_pickup(const RunState& run, const TrackFields& fields, const Parc
   };
   const float Dstar = D * scale;
   const float theta = s.tau / (s.rho * gravity * excess * D);
-  const float theta_cr = run.parcels.TAUgiven ? parcel.TAUcr / (gravity * s.rho * excess * D)
-                                              : threshold(Dstar);
+  const float theta_cr =
+      run.parcels.TAUgiven ? parcel.TAUcr / (gravity * s.rho * excess * D) : threshold(Dstar);
   const float T = theta / theta_cr - 1.0f;
   if (!(T > 0.1f && T < 1.0e6f && Dstar > 1.0e-3f && Dstar < 1.0e4f)) return 0.0f;
 
   // Dstar cubed is the number under the root of 10.
   const float rate = 0.00033f * T * std::sqrt(T) * estimate_exp2(0.3f * estimate_log2(Dstar)) *
                      std::sqrt(excess * gravity * D);
-  const float tau_b = gravity * (set.rhos - s.rho) * s.f[at_D50] *
-                      threshold(s.f[at_D50] * fields.cbrt_rhos);
-  const float delta = (s.tau - tau_b) / ((1.0f - set.bed_porosity) * (set.rhos - s.rho) * gravity *
-                                         tan_of_repose);
+  const float tau_b =
+      gravity * (set.rhos - s.rho) * s.f[at_D50] * threshold(s.f[at_D50] * fields.cbrt_rhos);
+  const float delta =
+      (s.tau - tau_b) / ((1.0f - set.bed_porosity) * (set.rhos - s.rho) * gravity * tan_of_repose);
   float e = 1.0f;
   if (!(s.tau <= 0.95f * tau_b)) {
     if (!(s.tau > 1.1f * tau_b)) return 0.0f;  // too near to tell

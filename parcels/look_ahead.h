@@ -38,8 +38,8 @@ struct LookAhead {
 }
 
 // One element further toward the target.
-[[gnu::always_inline]] inline void step_toward(const TrackFields& fields,
-                                               LookAhead::Target& target, bool start) {
+[[gnu::always_inline]] inline void step_toward(const TrackFields& fields, LookAhead::Target& target,
+                                               bool start) {
   if (target.t == nullptr) return;
   const EdgeValues f = edge_values(*target.t, target.x, target.y);
   if (holds(f)) {
@@ -53,9 +53,8 @@ struct LookAhead {
 }
 
 // For the k-th parcel of ALIVElist.
-[[gnu::always_inline]] inline void look_ahead(const ParcelState& parcels,
-                                              const TrackFields& fields, int k,
-                                              LookAhead& ahead) {
+[[gnu::always_inline]] inline void look_ahead(const ParcelState& parcels, const TrackFields& fields,
+                                              int k, LookAhead& ahead) {
   const auto listed = [&](int places) -> const Parcel* {
     return k + places <= parcels.NUMalive ? &parcels.PARCELS(parcels.ALIVElist(k + places))
                                           : nullptr;

@@ -54,20 +54,20 @@ struct RandomStream {
 struct Instruction {
   Array<float> ROWgrains;  // grain size of each parcel in release order, m
   std::array<int, 7> ROWdate{};
-  double ROWtime = 0.0;       // run seconds; -999 once an instantaneous row has fired
-  float ROWrate = 0.0f;       // kg/s, kg/s/m or kg/s/m2
-  float ROWd50 = 0.0f;        // m
-  float ROWsigma = 0.0f;      // phi units; 0 or less: one size
-  float ROWrhos = 0.0f;       // kg/m3
-  float ROWmass = 0.0f;       // kg, of one parcel
-  float ROWtotal = 0.0f;      // kg, instantaneous
-  float ROWscatter = 0.0f;    // m
-  float ROWscatterz = 0.0f;   // m
-  float ROWreleased = 0.0f;   // parcels released; instantaneous: to be released
-  float ROWws = 0.0f;         // m/s; negative: by formula
-  float ROWtaucr = 0.0f;      // Pa; 0 or less: by formula
-  float ROWtaucd = 0.0f;      // Pa; 0 or less: by formula
-  int ROWnext = 0;            // last used entry of ROWgrains
+  double ROWtime = 0.0;      // run seconds; -999 once an instantaneous row has fired
+  float ROWrate = 0.0f;      // kg/s, kg/s/m or kg/s/m2
+  float ROWd50 = 0.0f;       // m
+  float ROWsigma = 0.0f;     // phi units; 0 or less: one size
+  float ROWrhos = 0.0f;      // kg/m3
+  float ROWmass = 0.0f;      // kg, of one parcel
+  float ROWtotal = 0.0f;     // kg, instantaneous
+  float ROWscatter = 0.0f;   // m
+  float ROWscatterz = 0.0f;  // m
+  float ROWreleased = 0.0f;  // parcels released; instantaneous: to be released
+  float ROWws = 0.0f;        // m/s; negative: by formula
+  float ROWtaucr = 0.0f;     // Pa; 0 or less: by formula
+  float ROWtaucd = 0.0f;     // Pa; 0 or less: by formula
+  int ROWnext = 0;           // last used entry of ROWgrains
 };
 
 struct SourceRecord {
@@ -77,11 +77,11 @@ struct SourceRecord {
   // Position (row, 3 * (point - 1) + 1..3): x, y, z; points: 1, a line 2, an area SRCverts.
   Array2<double> SRCpos;
   Array<Instruction> SRCrow;
-  int SRCdatum = 0;  // line: 0 beddatum, 1 depthdistributed, 2 surfacedatum
-  int SRCverts = 0;  // area: vertices per row
-  Array<float> SRCarea_m2;                            // area: per row
+  int SRCdatum = 0;         // line: 0 beddatum, 1 depthdistributed, 2 surfacedatum
+  int SRCverts = 0;         // area: vertices per row
+  Array<float> SRCarea_m2;  // area: per row
   Array<Logical> SRCplaneXY, SRCplaneXZ, SRCplaneYZ;  // area: per row
-  Array<float> SRCcum;  // running number of parcels owed, per row
+  Array<float> SRCcum;                                // running number of parcels owed, per row
 };
 
 struct ParcelState {
