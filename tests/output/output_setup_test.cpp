@@ -148,7 +148,7 @@ void set_fields(RunState& run) {
   run.sediment.QSED(1) = 2.0f;
   run.waves.WAVEheight(1) = 0.75f;
   run.waves.WAVEperiod(1) = 6.0f;
-  run.waves.WAVEdirx(1) = -1.0f;  // atan2(0, -1): half a turn
+  run.waves.WAVEdirx(1) = -1.0f;  // toward -x: a quarter turn back from +y
 }
 
 TEST(MapSetup, TecplotHeadHoldsTheStateBeforeTheFlow) {
@@ -175,7 +175,7 @@ TEST(MapSetup, TecplotHeadHoldsTheStateBeforeTheFlow) {
   };
   EXPECT_EQ(lines[3],
             row({"0.000", "0.000", "0.500", "0.300", "0.400", "0.012500", "1.500", "3.000", "4.000",
-                 "-0.250", "9.500", "2.000", "0.750", "6.000", "180.000", "0.000"}));
+                 "-0.250", "9.500", "2.000", "0.750", "6.000", "-90.000", "0.000"}));
   EXPECT_EQ(lines[4],
             row({"100.000", "0.000", "0.000", "0.000", "0.000", "0.000000", "0.000", "0.000",
                  "0.000", "0.000", "0.000", "0.000", "0.000", "1.000", "0.000", "0.000"}));
