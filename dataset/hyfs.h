@@ -33,7 +33,7 @@ int hfpinitialize_f();
 struct HyfsFileInfo {
   std::string kind = "data";  // "maps", "particles", "data"
   std::string title;
-  std::string start_date;              // "YYYY-MM-DD hh:mm:ss", origin of /time
+  std::string start_date;               // "YYYY-MM-DD hh:mm:ss", origin of /time
   std::int64_t expected_frames = 1000;  // time steps that will be written
   std::int64_t expected_values = 1;     // values of a frame; 1: not known
 };
@@ -65,8 +65,8 @@ int hfgetgridcoordsj_f(HyfsHandle grid, std::vector<double>& coordinates);
 int hfgetgridcoordsk_f(HyfsHandle grid, std::vector<double>& coordinates);
 struct HyfsGrid {
   std::array<double, 3> origin{};
-  double bearing = 0.0;              // degrees
-  std::vector<double> i, j, k;       // coordinates; cells = size
+  double bearing = 0.0;         // degrees
+  std::vector<double> i, j, k;  // coordinates; cells = size
 };
 int hfcreategrid_f(HyfsHandle parent, const std::string& path, const HyfsGrid& grid);
 int hfwritepropertyint_f(HyfsHandle group, const std::string& name, const std::vector<int>& values);
@@ -96,16 +96,16 @@ struct HyfsDatasetInfo {
   // "node", "face" (of the mesh), "trajectory"; on grids "centre", "i-face", "j-face" (of a cell,
   // on its lower side), or "faces" for a vector with x on I-faces and y on J-faces.
   std::string location = "node";
-  std::int64_t values = 0;         // of a frame at the start; 0: set by the first write
+  std::int64_t values = 0;  // of a frame at the start; 0: set by the first write
   float fill = -9999.9f;
 };
-int hfcreatescalardataset_f(HyfsHandle parent, const std::string& path,
-                            const HyfsDatasetInfo& info, HyfsHandle& dataset);
+int hfcreatescalardataset_f(HyfsHandle parent, const std::string& path, const HyfsDatasetInfo& info,
+                            HyfsHandle& dataset);
 // Extendable: grows with hfextendscalardataset_f.
 int hfcreatescalardsetextndbl_f(HyfsHandle parent, const std::string& path,
                                 const HyfsDatasetInfo& info, HyfsHandle& dataset);
-int hfcreatevectordataset_f(HyfsHandle parent, const std::string& path,
-                            const HyfsDatasetInfo& info, HyfsHandle& dataset);
+int hfcreatevectordataset_f(HyfsHandle parent, const std::string& path, const HyfsDatasetInfo& info,
+                            HyfsHandle& dataset);
 int hfextendscalardataset_f(HyfsHandle dataset, std::int64_t values);
 int hfwritescalartimestep_f(HyfsHandle dataset, double time, const float* values,
                             std::int64_t count);

@@ -89,7 +89,9 @@ int open_attribute(hid_t object, const char* name, Attribute& attribute) {
 
 }  // namespace
 
-bool has_attribute(hid_t object, const char* name) { return H5Aexists(object, name) > 0; }
+bool has_attribute(hid_t object, const char* name) {
+  return H5Aexists(object, name) > 0;
+}
 
 int write_text(hid_t object, const char* name, const std::string& text) {
   if (text.empty()) return 0;
@@ -110,8 +112,7 @@ int write_numbers(hid_t object, const char* name, const std::vector<int>& values
 }
 
 int write_numbers(hid_t object, const char* name, const std::vector<double>& values) {
-  return write_array(object, name, H5T_IEEE_F64LE, H5T_NATIVE_DOUBLE, values.size(),
-                     values.data());
+  return write_array(object, name, H5T_IEEE_F64LE, H5T_NATIVE_DOUBLE, values.size(), values.data());
 }
 
 int write_fill(hid_t object, double fill, hid_t type) {
@@ -124,11 +125,10 @@ int read_text(hid_t object, const char* name, std::string& text) {
   if (const int status = open_attribute(object, name, attribute); status < 0) return status;
   const hid_t type = attribute.type.get();
   if (H5Tget_class(type) != H5T_STRING) return hyfs_attribute_not_supported;
-  const int status =
-      H5Tis_variable_str(type) > 0
-          ? read_variable_text(attribute.id.get(), type, attribute.space.get(), attribute.count,
-                               text)
-          : read_fixed_text(attribute.id.get(), type, attribute.count, text);
+  const int status = H5Tis_variable_str(type) > 0
+                         ? read_variable_text(attribute.id.get(), type, attribute.space.get(),
+                                              attribute.count, text)
+                         : read_fixed_text(attribute.id.get(), type, attribute.count, text);
   cut_padding(text);
   return status;
 }

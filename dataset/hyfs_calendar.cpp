@@ -64,8 +64,7 @@ int hfjuliantocalendar_f(double julian_day, int& era, int& year, int& month, int
   // To whole milliseconds: an 8-byte day resolves 0.04 ms, and a full minute must not come back as
   // 59.99996 seconds.
   double midnight = std::floor(julian_day + 0.5);
-  std::int64_t milliseconds =
-      std::llround((julian_day + 0.5 - midnight) * milliseconds_of_day);
+  std::int64_t milliseconds = std::llround((julian_day + 0.5 - midnight) * milliseconds_of_day);
   if (milliseconds >= std::llround(milliseconds_of_day)) {
     milliseconds -= std::llround(milliseconds_of_day);
     midnight += 1.0;

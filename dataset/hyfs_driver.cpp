@@ -41,9 +41,9 @@ using Pending = std::map<haddr_t, Piece>;  // no two pieces overlap
 struct OrderedFile {
   H5FD_t common{};  // first, as the HDF5 library sees no more of it
   int descriptor = -1;
-  haddr_t length = 0;       // of the file as it is
-  haddr_t end = 0;          // of what the library has allotted
-  haddr_t former_end = 0;   // all behind it is unknown to what is written
+  haddr_t length = 0;        // of the file as it is
+  haddr_t end = 0;           // of what the library has allotted
+  haddr_t former_end = 0;    // all behind it is unknown to what is written
   bool whole_flush = false;  // the flush that is under way is that of the whole file
   bool may_shorten = false;  // its length has been settled by the library
   Pending pending;
@@ -51,7 +51,9 @@ struct OrderedFile {
   ino_t inode = 0;
 };
 
-OrderedFile& ordered(H5FD_t* file) { return *reinterpret_cast<OrderedFile*>(file); }
+OrderedFile& ordered(H5FD_t* file) {
+  return *reinterpret_cast<OrderedFile*>(file);
+}
 const OrderedFile& ordered(const H5FD_t* file) {
   return *reinterpret_cast<const OrderedFile*>(file);
 }
@@ -214,7 +216,9 @@ herr_t tell_features(const H5FD_t*, unsigned long* features) {
   return 0;
 }
 
-haddr_t tell_end(const H5FD_t* file, H5FD_mem_t) { return ordered(file).end; }
+haddr_t tell_end(const H5FD_t* file, H5FD_mem_t) {
+  return ordered(file).end;
+}
 
 herr_t take_end(H5FD_t* file, H5FD_mem_t, haddr_t end) {
   ordered(file).end = end;

@@ -114,9 +114,12 @@ int write_head(hid_t file, const HyfsFileInfo& info, hsize_t width) {
   const std::string title = info.title.empty() ? default_title(info.kind) : info.title;
   const std::string source = std::string(program_name) + " " + program_version;
   const std::pair<const char*, std::string> texts[] = {
-      {"Conventions", "CF-1.8 UGRID-1.0"}, {"title", title},
-      {"source", source},                  {"history", history()},
-      {"hyfs_version", "1.0"},             {"hyfs_kind", info.kind},
+      {"Conventions", "CF-1.8 UGRID-1.0"},
+      {"title", title},
+      {"source", source},
+      {"history", history()},
+      {"hyfs_version", "1.0"},
+      {"hyfs_kind", info.kind},
       {"featureType", info.kind == "particles" ? "trajectory" : ""},
   };
   for (const auto& [name, text] : texts) {

@@ -83,8 +83,7 @@ int read_property(const Property& property, hid_t type, void* values) {
   if (property.attribute.good()) {
     return status_of(H5Aread(property.attribute.get(), type, values));
   }
-  return status_of(
-      H5Dread(property.dataset.get(), type, H5S_ALL, H5S_ALL, H5P_DEFAULT, values));
+  return status_of(H5Dread(property.dataset.get(), type, H5S_ALL, H5S_ALL, H5P_DEFAULT, values));
 }
 
 int read_property_as_double(hid_t group, const std::string& name, std::vector<double>& values) {
@@ -259,9 +258,15 @@ int hfgetbearing_f(HyfsHandle grid, double& degrees) {
   return status;
 }
 
-int hfgetnumbercellsini_f(HyfsHandle grid, int& cells) { return read_cells(grid, 0, cells); }
-int hfgetnumbercellsinj_f(HyfsHandle grid, int& cells) { return read_cells(grid, 1, cells); }
-int hfgetnumbercellsink_f(HyfsHandle grid, int& cells) { return read_cells(grid, 2, cells); }
+int hfgetnumbercellsini_f(HyfsHandle grid, int& cells) {
+  return read_cells(grid, 0, cells);
+}
+int hfgetnumbercellsinj_f(HyfsHandle grid, int& cells) {
+  return read_cells(grid, 1, cells);
+}
+int hfgetnumbercellsink_f(HyfsHandle grid, int& cells) {
+  return read_cells(grid, 2, cells);
+}
 
 int hfgetgridcoordsi_f(HyfsHandle grid, std::vector<double>& coordinates) {
   return read_coordinates(grid, 0, coordinates);

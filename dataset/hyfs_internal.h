@@ -33,7 +33,9 @@ class Id {
 };
 
 // 0, or hyfs_io_error for a failed HDF5 call.
-inline int status_of(std::int64_t result) { return result < 0 ? hyfs_io_error : 0; }
+inline int status_of(std::int64_t result) {
+  return result < 0 ? hyfs_io_error : 0;
+}
 
 // Writing through a driver of our own, which puts nothing that is reachable out of order; see
 // hyfs_driver.cpp.
@@ -56,7 +58,7 @@ std::string type_of(hid_t object);  // "hyfs_type", empty if absent
 std::vector<std::string> parts_of(const std::string& path);
 std::string own_name(hid_t object);  // last part of the path that it was opened by
 Id file_of(hid_t object);
-Id group_above(hid_t object);        // the group that it was opened in
+Id group_above(hid_t object);  // the group that it was opened in
 bool exists_below(hid_t parent, const std::string& path);
 Id open_below(hid_t parent, const std::string& path);
 // The group in which the last part of a path stands, made where it is missing.

@@ -90,8 +90,12 @@ int write_nodes(hid_t root, const HyfsMesh& mesh, hid_t node) {
                                       scales, coordinates[c], texts);
     if (status < 0) return status;
   }
-  const Texts texts = {{"standard_name", "altitude"}, {"long_name", "bed level"}, {"units", "m"},
-                       {"positive", "up"},            {"mesh", "mesh"},           {"location", "node"}};
+  const Texts texts = {{"standard_name", "altitude"},
+                       {"long_name", "bed level"},
+                       {"units", "m"},
+                       {"positive", "up"},
+                       {"mesh", "mesh"},
+                       {"location", "node"}};
   return write_variable(root, "mesh_node_z", H5T_IEEE_F32LE, H5T_NATIVE_FLOAT, scales,
                         mesh.bed.data(), texts);
 }

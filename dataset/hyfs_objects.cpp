@@ -12,14 +12,18 @@ namespace dfl::hyfs {
 
 namespace {
 
-
 int close_identifier(hid_t id) {
   switch (H5Iget_type(id)) {
-    case H5I_FILE: return status_of(H5Fclose(id));
-    case H5I_GROUP: return status_of(H5Gclose(id));
-    case H5I_DATASET: return status_of(H5Dclose(id));
-    case H5I_BADID: return hyfs_io_error;
-    default: return status_of(H5Idec_ref(id));
+    case H5I_FILE:
+      return status_of(H5Fclose(id));
+    case H5I_GROUP:
+      return status_of(H5Gclose(id));
+    case H5I_DATASET:
+      return status_of(H5Dclose(id));
+    case H5I_BADID:
+      return hyfs_io_error;
+    default:
+      return status_of(H5Idec_ref(id));
   }
 }
 
@@ -67,9 +71,13 @@ Id& Id::operator=(Id&& other) noexcept {
   return *this;
 }
 
-hid_t Id::release() { return std::exchange(id, H5I_INVALID_HID); }
+hid_t Id::release() {
+  return std::exchange(id, H5I_INVALID_HID);
+}
 
-int Id::close() { return id < 0 ? 0 : close_identifier(release()); }
+int Id::close() {
+  return id < 0 ? 0 : close_identifier(release());
+}
 
 // ---- paths ----
 
@@ -90,7 +98,9 @@ std::string own_name(hid_t object) {
   return parts.empty() ? "" : parts.back();
 }
 
-Id file_of(hid_t object) { return Id(H5Iget_file_id(object)); }
+Id file_of(hid_t object) {
+  return Id(H5Iget_file_id(object));
+}
 
 Id group_above(hid_t object) {
   const std::string name = name_of(object);

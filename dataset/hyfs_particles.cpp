@@ -141,8 +141,7 @@ int hfcreategeometricpathgroup_f(HyfsHandle file, const std::string& path, const
   if (const int s = create_parcel_counts(root.get(), times.get()); s < 0) return s;
 
   for (const Position& position : positions_of_parcel) {
-    const int status =
-        create_position(root.get(), position, compression, {times.get(), ids.get()});
+    const int status = create_position(root.get(), position, compression, {times.get(), ids.get()});
     if (status < 0) return status;
   }
   // Behind the variables of the root: a folder of the path must not take one of their names.
@@ -182,8 +181,7 @@ int hfwriteparticletimestep_f(HyfsHandle group, double time, std::int64_t count,
   std::vector<double> one(static_cast<std::size_t>(count));
   for (std::size_t c = 0; c < 3; ++c) {
     for (std::size_t i = 0; i < one.size(); ++i) one[i] = positions[3 * i + c];
-    const int status =
-        write_position(set.positions[c].get(), set.frames, parcels, one.data());
+    const int status = write_position(set.positions[c].get(), set.frames, parcels, one.data());
     if (status < 0) return status;
     if (const int s = set.positions[c].close(); s < 0) return s;
   }

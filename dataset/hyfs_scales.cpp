@@ -107,8 +107,8 @@ int attach_scales(hid_t dataset, const std::vector<hid_t>& scales, bool noted) {
   const hsize_t rank = scales.size();
   const Id type(H5Tvlen_create(H5T_STD_REF_OBJ));
   const Id space(H5Screate_simple(1, &rank, nullptr));
-  Id attribute(H5Acreate2(dataset, "DIMENSION_LIST", type.get(), space.get(), H5P_DEFAULT,
-                          H5P_DEFAULT));
+  Id attribute(
+      H5Acreate2(dataset, "DIMENSION_LIST", type.get(), space.get(), H5P_DEFAULT, H5P_DEFAULT));
   if (!attribute.good() || H5Awrite(attribute.get(), type.get(), lists.data()) < 0) {
     return hyfs_io_error;
   }

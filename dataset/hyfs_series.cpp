@@ -23,7 +23,8 @@ struct Series {
   Id times;            // the dataset of the step times; not good() if there is none
 };
 
-// An object reached through a reference has no path; a coordinate variable bears its name as a mark.
+// An object reached through a reference has no path; a coordinate variable bears its name as a
+// mark.
 std::string name_of_scale(hid_t scale) {
   std::string name = own_name(scale);
   if (name.empty()) read_text(scale, "NAME", name);
@@ -61,8 +62,8 @@ Id times_of(hid_t dataset) {
   if (scale.good()) return usable_times(scale.get()) ? std::move(scale) : Id();
   const Id group = group_above(dataset);
   if (!group.good()) return Id();
-  for (const std::string& name : {own_name(dataset) + "_time", std::string("time"),
-                                  std::string("/time")}) {
+  for (const std::string& name :
+       {own_name(dataset) + "_time", std::string("time"), std::string("/time")}) {
     Id times = open_below(group.get(), name);
     if (times.good() && usable_times(times.get())) return times;
   }
@@ -127,7 +128,7 @@ struct Packing {
   std::vector<double> missing;
 };
 
-constexpr float still_missing = -998.0f;   // this and below counts as missing everywhere
+constexpr float still_missing = -998.0f;  // this and below counts as missing everywhere
 constexpr float missing_value = -99999.0f;
 constexpr double netcdf_fill = 9.9692099683868690e+36;  // of 4-byte and 8-byte reals
 

@@ -15,9 +15,8 @@ constexpr std::array<const char*, 3> component_values = {"hyfs_x", "hyfs_y", "hy
 
 template <class T>
 int put(hid_t list, const char* name, T value) {
-  return status_of(
-      H5Pinsert2(list, name, sizeof value, &value, nullptr, nullptr, nullptr, nullptr, nullptr,
-                 nullptr));
+  return status_of(H5Pinsert2(list, name, sizeof value, &value, nullptr, nullptr, nullptr, nullptr,
+                              nullptr, nullptr));
 }
 
 }  // namespace

@@ -17,9 +17,9 @@ constexpr float dry_fill = -99999.0f;  // the mark of a dry node, which viewers 
 
 // Where the values of a dataset lie, and what that is called in a file.
 struct Location {
-  const char* word;       // of HyfsDatasetInfo
-  const char* dimension;  // that its values run along
-  const char* ugrid;      // attribute "location", none if empty
+  const char* word;          // of HyfsDatasetInfo
+  const char* dimension;     // that its values run along
+  const char* ugrid;         // attribute "location", none if empty
   int code, code_x, code_y;  // attribute "hyfs_location", none if negative; of components
 };
 constexpr Location locations[] = {
@@ -39,7 +39,9 @@ const Location* find_location(const std::string& word) {
   return nullptr;
 }
 
-bool is_trajectory(const Location& location) { return std::string("trajectory") == location.word; }
+bool is_trajectory(const Location& location) {
+  return std::string("trajectory") == location.word;
+}
 
 // What is to be created, once its place and dimensions are known.
 struct Plan {
@@ -92,8 +94,7 @@ Id value_dimension(const Plan& plan) {
   if (!there.good()) return create_dimension(file, name, plan.values, plan.growing);
   name = plan.growing ? "growing_values" : "values_" + std::to_string(plan.values);
   there = open_below(file, name);
-  return there.good() ? std::move(there)
-                      : create_dimension(file, name, plan.values, plan.growing);
+  return there.good() ? std::move(there) : create_dimension(file, name, plan.values, plan.growing);
 }
 
 // The file's time axis, or one of the dataset's own where it counts in another unit.
@@ -106,8 +107,8 @@ Id time_axis(const Plan& plan, const HyfsDatasetInfo& info) {
     return times;
   }
   const std::string word = lower_case(unit_word(info.time_units));
-  if (!times.good()) return create_time_scale(Id(H5Gopen2(file, "/", H5P_DEFAULT)).get(), "time",
-                                              word);
+  if (!times.good())
+    return create_time_scale(Id(H5Gopen2(file, "/", H5P_DEFAULT)).get(), "time", word);
   const std::size_t since = units.find(" since ");
   const std::string own = since == std::string::npos ? word : word + units.substr(since);
   return create_time_scale(plan.place.group.get(), plan.place.name + "_time", own);
@@ -273,8 +274,8 @@ int write_step(hid_t dataset, double time, const float* values, hsize_t count) {
 
 }  // namespace
 
-int hfcreatescalardataset_f(HyfsHandle parent, const std::string& path,
-                            const HyfsDatasetInfo& info, HyfsHandle& dataset) {
+int hfcreatescalardataset_f(HyfsHandle parent, const std::string& path, const HyfsDatasetInfo& info,
+                            HyfsHandle& dataset) {
   return create_scalar(parent, path, info, false, dataset);
 }
 
@@ -283,8 +284,8 @@ int hfcreatescalardsetextndbl_f(HyfsHandle parent, const std::string& path,
   return create_scalar(parent, path, info, true, dataset);
 }
 
-int hfcreatevectordataset_f(HyfsHandle parent, const std::string& path,
-                            const HyfsDatasetInfo& info, HyfsHandle& dataset) {
+int hfcreatevectordataset_f(HyfsHandle parent, const std::string& path, const HyfsDatasetInfo& info,
+                            HyfsHandle& dataset) {
   dataset = 0;
   Plan plan;
   if (const int status = make_plan(parent, path, info, false, plan); status < 0) return status;

@@ -18,11 +18,20 @@ std::string escaped(const std::string& text) {
   std::string result;
   for (const char c : text) {
     switch (c) {
-      case '&': result += "&amp;"; break;
-      case '<': result += "&lt;"; break;
-      case '>': result += "&gt;"; break;
-      case '"': result += "&quot;"; break;
-      default: result += c;
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      default:
+        result += c;
     }
   }
   return result;
@@ -189,8 +198,8 @@ std::string map_vector(const Sidecar& sidecar, const std::array<Field, 2>& pair,
                        hsize_t nodes) {
   const std::string n = std::to_string(nodes);
   const std::string x = slab(sidecar, pair[0], k, nodes, 4);
-  return "<DataItem ItemType=\"Function\" Function=\"JOIN($0,$1,$2)\" Dimensions=\"" + n +
-         " 3\">" + x + slab(sidecar, pair[1], k, nodes, 4) +
+  return "<DataItem ItemType=\"Function\" Function=\"JOIN($0,$1,$2)\" Dimensions=\"" + n + " 3\">" +
+         x + slab(sidecar, pair[1], k, nodes, 4) +
          "<DataItem ItemType=\"Function\" Function=\"0*$0\" Dimensions=\"" + n + "\">" + x +
          "</DataItem></DataItem>";
 }
@@ -241,8 +250,8 @@ int find_particle_fields(const Sidecar& sidecar, ParticleFields& fields) {
     const Id position = open_below(group.get(), axes[c]);
     Field& field = fields.positions[c];
     field = {axes[c], shown_path(root, path, axes[c]), {}};
-    if (H5Iget_type(position.get()) != H5I_DATASET ||
-        read_shape(position.get(), field.shape) < 0 || field.shape.rank != 2) {
+    if (H5Iget_type(position.get()) != H5I_DATASET || read_shape(position.get(), field.shape) < 0 ||
+        field.shape.rank != 2) {
       return hyfs_dataset_invalid;
     }
   }

@@ -282,10 +282,12 @@ TEST(NetcdfOutput, DumpShowsDimensionsAndMeshOfMaps) {
        {"time = UNLIMITED ; // (2 currently)", "mesh_node = 4 ;", "mesh_face = 2 ;",
         "float wse(time, mesh_node) ;", "wse:_FillValue = -99999.f ;",
         "float flow_x(time, mesh_node) ;", "flow_x:long_name = \"flow, x-component\" ;",
-        "time:units = \"seconds since 2020-03-01 00:00:00\" ;", "mesh:cf_role = \"mesh_topology\" ;",
-        "int mesh_face_nodes(mesh_face, mesh_max_face_nodes) ;", "mesh_face_nodes:start_index = 0 ;",
-        "projected_coordinate_system:epsg = 32633 ;", ":Conventions = \"CF-1.8 UGRID-1.0\" ;",
-        " time = 0, 900 ;", " mesh_node_z = -1, -2, -3, -4 ;"}) {
+        "time:units = \"seconds since 2020-03-01 00:00:00\" ;",
+        "mesh:cf_role = \"mesh_topology\" ;",
+        "int mesh_face_nodes(mesh_face, mesh_max_face_nodes) ;",
+        "mesh_face_nodes:start_index = 0 ;", "projected_coordinate_system:epsg = 32633 ;",
+        ":Conventions = \"CF-1.8 UGRID-1.0\" ;", " time = 0, 900 ;",
+        " mesh_node_z = -1, -2, -3, -4 ;"}) {
     EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
   }
 }

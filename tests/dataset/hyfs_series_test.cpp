@@ -202,9 +202,9 @@ TEST(HyfsSeries, VectorRoundTripByMarkerPathListAndComponents) {
   EXPECT_EQ(hfclosefile_f(file), 0);
 
   file = open(path);
-  for (const char* way : {"Datasets/transport rate",
-                          "Datasets/transport rate_x, Datasets/transport rate_y",
-                          "Datasets/transport rate_x,transport rate_y"}) {
+  for (const char* way :
+       {"Datasets/transport rate", "Datasets/transport rate_x, Datasets/transport rate_y",
+        "Datasets/transport rate_x,transport rate_y"}) {
     set = group_at(file, way);
     int number = 0, values = 0, x = 9, y = 9;
     double day = 0.0;
@@ -330,9 +330,9 @@ void create_particles(const std::string& path, const std::string& group_path) {
 TEST(HyfsParticles, AnyPrefixMakesAGroup) {
   const TemporaryFolder folder;
   const std::string path = folder.path("a.h5");
-  for (const char* prefix : {"run1", "out/run1", "../out/run1", "./run1", "/data/out/run1",
-                             "C:\\work\\run1", "d 1/été ü", "time/run1", "x/run1", "speed/run1",
-                             "trajectory/x/run1", "id/run1"}) {
+  for (const char* prefix :
+       {"run1", "out/run1", "../out/run1", "./run1", "/data/out/run1", "C:\\work\\run1",
+        "d 1/été ü", "time/run1", "x/run1", "speed/run1", "trajectory/x/run1", "id/run1"}) {
     const std::string group_path = std::string(prefix) + "_particles";
     create_particles(path, group_path);
     write_frame(path, group_path, {0.0, {1, 2, 3}});
