@@ -19,13 +19,13 @@ using Cell = ElementGrid::Cell;
 using Lattice = ElementGrid::Lattice;
 using List = ElementGrid::List;
 
-constexpr int deepest = 24;         // levels of lattices
-constexpr double cell_share = 0.7;  // cell side over mean side of the bounding boxes
-constexpr double worth_it = 0.7;    // a finer lattice must cut the candidates to this share
+constexpr std::size_t few_elements = 4;  // a finer lattice would hardly part them
+constexpr int deepest = 24;              // levels of lattices
+constexpr double cell_share = 0.7;       // cell side over mean side of the bounding boxes
+constexpr double worth_it = 0.7;         // a finer lattice must cut the candidates to this share
 constexpr std::int64_t lattice_entries = 16;  // of the cells of one lattice, for each element
 constexpr std::int64_t grid_entries = 24;     // of all cells, for each element
 constexpr std::int64_t grid_cells = 3;        // for each element
-constexpr int coarsest_shift = 7;
 
 struct Box {
   double x_min, x_max, y_min, y_max;
@@ -168,12 +168,12 @@ Draft plan_lattice(const MeshState& mesh, const Task& task) {
     lattice.rows = 1;
     lattice.rows_per_unit = 0.0;
   }
-  constexpr double part_of_cell = 1.0e-6;
   constexpr double roundings = 16.0 * std::numeric_limits<double>::epsilon();
-  draft.slack_x = part_of_cell * draft.cell_width +
-                  roundings * std::max(std::abs(area.x_min), std::abs(area.x_max));
-  draft.slack_y = part_of_cell * draft.cell_height +
-                  roundings * std::max(std::abs(area.y_min), std::abs(area.y_max));
+  const auto slack = [&](double extent, double low, double high) {
+    return roundings * (extent + std::max(std::abs(low), std::abs(high)));
+  };
+  draft.slack_x = slack(width, area.x_min, area.x_max);
+  draft.slack_y = slack(height, area.y_min, area.y_max);
   return draft;
 }
 
@@ -248,60 +248,111 @@ void set_other(ElementGrid& grid, std::size_t cell, const List& list) {
   grid.others.push_back(list);
 }
 
-// Corners of an element from the middle of a cell, in cells.
-struct Corners {
-  std::array<double, 3> x, y;
+// The line through two nodes: a value below 0 to the left of the way from one to the other, above 0
+// to the right, with coordinates from the middle of a cell in cells.
+struct Line {
+  double slope_x, slope_y, level;  // the larger slope is 1 or -1
 };
 
-Corners corners_around(const MeshState& mesh, const Lattice& lattice, int column, int row, int e) {
-  const std::array<int, 3> nodes = {mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e)};
-  Corners corners;
-  for (std::size_t i = 0; i < 3; ++i) {
-    const LatticePlace x = lattice_column(lattice, mesh.Xnode(nodes[i]));
-    const LatticePlace y = lattice_row(lattice, mesh.Ynode(nodes[i]));
-    corners.x[i] = x.index - column + x.from_middle;
-    corners.y[i] = y.index - row + y.from_middle;
-  }
-  return corners;
+// False if the nodes are the same, or so far away that rounding counts.
+bool line_through(const MeshState& mesh, const Lattice& lattice, int column, int row, int from,
+                  int to, Line& line) {
+  constexpr double farthest = 1.0e6, shortest = 1.0e-60;  // cells
+  const double dx = (mesh.Xnode(to) - mesh.Xnode(from)) * lattice.columns_per_unit;
+  const double dy = (mesh.Ynode(to) - mesh.Ynode(from)) * lattice.rows_per_unit;
+  const double longer = std::max(std::abs(dx), std::abs(dy));
+  const double x =
+      (mesh.Xnode(from) - lattice.x_origin) * lattice.columns_per_unit - (column + 0.5);
+  const double y = (mesh.Ynode(from) - lattice.y_origin) * lattice.rows_per_unit - (row + 0.5);
+  if (!(longer >= shortest && std::max(std::abs(x), std::abs(y)) <= farthest)) return false;
+  line.slope_x = dy / longer;
+  line.slope_y = -dx / longer;
+  line.level = -(line.slope_x * x + line.slope_y * y);
+  return true;
 }
 
-// Writes the corners of all elements into the cell. False if they reach too far.
+// The edges of the elements of a cell, while they are written into it.
+struct CellEdges {
+  std::array<int, ElementGrid::edges> from, to;
+  std::size_t count = 0;
+};
+
+void write_line(const Line& line, std::size_t edge, Cell& cell) {
+  using namespace cell_lines;
+  constexpr double middle = 0.5 * cell_units + beside - 0.5;  // the unit's middle stands for it
+  constexpr double farthest = 2.0;  // cells; what is farther stays on its side
+  const double a = std::round(line.slope_x * slope_scale);
+  const double b = std::round(line.slope_y * slope_scale);
+  const double level = std::clamp(line.level, -farthest, farthest) * slope_scale * cell_units;
+  cell.slope[2 * edge] = static_cast<std::int16_t>(a);
+  cell.slope[2 * edge + 1] = static_cast<std::int16_t>(b);
+  cell.level[edge] = static_cast<std::int32_t>(std::round(level - (a + b) * middle));
+}
+
+// Half the side of the square around the middle of a cell that its points keep within, in cells.
+constexpr double half_cell = 0.5 + 0.9 * cell_lines::beside / cell_lines::cell_units;
+
+// Writes an edge into the cell and its side into `inside`, unless all of the cell lies inside it.
+// False if there is no room or no sure line.
+bool add_edge(const MeshState& mesh, const Lattice& lattice, int column, int row, int from, int to,
+              CellEdges& edges, Cell& cell, std::uint16_t& inside) {
+  for (std::size_t k = 0; k < edges.count; ++k) {
+    if (edges.from[k] == to && edges.to[k] == from) {
+      inside = static_cast<std::uint16_t>(inside | 1u << (k + 8));
+      return true;
+    }
+    if (edges.from[k] == from && edges.to[k] == to) {
+      inside = static_cast<std::uint16_t>(inside | 1u << k);
+      return true;
+    }
+  }
+  Line line;
+  if (!line_through(mesh, lattice, column, row, from, to, line)) return false;
+  constexpr double clear = 4.0 / cell_lines::cell_units;
+  const double reach = half_cell * (std::abs(line.slope_x) + std::abs(line.slope_y));
+  if (line.level + reach < -clear) return true;
+  if (edges.count == edges.from.size()) return false;
+  edges.from[edges.count] = from;
+  edges.to[edges.count] = to;
+  write_line(line, edges.count, cell);
+  inside = static_cast<std::uint16_t>(inside | 1u << edges.count);
+  ++edges.count;
+  return true;
+}
+
+// Writes the elements and their edges into the cell. False if they cannot be told apart there.
 bool pack(const MeshState& mesh, const Lattice& lattice, int column, int row, const int* elements,
           std::size_t count, Cell& cell) {
-  constexpr double largest_unit = 8191.0;  // differences of corners stay within 2 bytes
-  constexpr double farthest_of_all = largest_unit / (ElementGrid::cell_units >> coarsest_shift);
-  std::array<Corners, ElementGrid::slots> corners;
-  double farthest = 0.5;
+  Cell packed;
+  CellEdges edges;
+  packed.inside.fill(0xffff);  // an empty slot: no place lies on both sides of a line
   for (std::size_t k = 0; k < count; ++k) {
-    corners[k] = corners_around(mesh, lattice, column, row, elements[k]);
-    for (const std::array<double, 3>& values : {corners[k].x, corners[k].y}) {
-      for (double value : values) {
-        if (!(std::abs(value) <= farthest_of_all)) return false;
-        farthest = std::max(farthest, std::abs(value));
+    const int e = elements[k];
+    const std::array<int, 3> nodes = {mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e)};
+    packed.element[k] = e;
+    packed.inside[k] = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      if (!add_edge(mesh, lattice, column, row, nodes[i], nodes[(i + 1) % 3], edges, packed,
+                    packed.inside[k])) {
+        return false;
       }
     }
   }
-  int shift = 0;
-  while (farthest * (ElementGrid::cell_units >> shift) > largest_unit) ++shift;
-  const double units = ElementGrid::cell_units >> shift;
-  const auto in_units = [&](double value) {
-    return static_cast<std::int16_t>(rounded_units(value, units));
-  };
-  for (std::size_t k = 0; k < ElementGrid::slots; ++k) {
-    if (k < count) {
-      const Corners& c = corners[k];
-      cell.x1[k] = in_units(c.x[0]), cell.x2[k] = in_units(c.x[1]), cell.x3[k] = in_units(c.x[2]);
-      cell.y1[k] = in_units(c.y[0]), cell.y2[k] = in_units(c.y[1]), cell.y3[k] = in_units(c.y[2]);
-      cell.element[k] = elements[k];
-    } else {
-      // An empty slot: the whole cell is outside the edge from the first to the second corner.
-      cell.x1[k] = cell.y1[k] = cell.x2[k] = cell.x3[k] = static_cast<std::int16_t>(-largest_unit);
-      cell.y2[k] = cell.y3[k] = static_cast<std::int16_t>(largest_unit);
-      cell.element[k] = 0;
-    }
-  }
-  cell.element[0] |= shift << ElementGrid::element_bits;
+  for (std::size_t k = edges.count; k < ElementGrid::edges; ++k) packed.level[k] = 1 << 20;
+  cell = packed;
   return true;
+}
+
+// True if all points whose cell this is lie close enough around it for its lines.
+bool keeps_close(const Lattice& lattice, int column, int row, const Box& reach) {
+  const double x_middle = column + 0.5, y_middle = row + 0.5;
+  const auto x = [&](double value) {
+    return std::abs((value - lattice.x_origin) * lattice.columns_per_unit - x_middle);
+  };
+  const auto y = [&](double value) {
+    return std::abs((value - lattice.y_origin) * lattice.rows_per_unit - y_middle);
+  };
+  return std::max({x(reach.x_min), x(reach.x_max), y(reach.y_min), y(reach.y_max)}) <= half_cell;
 }
 
 Box cell_box(const Draft& draft, int column, int row) {
@@ -317,11 +368,13 @@ void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, 
   lattice.first_cell = static_cast<int>(grid.cells.size());
   lattice.wide = add_candidates(grid, draft.wide.data(), draft.wide.size());
   grid.lattices.push_back(lattice);
-  grid.cells.resize(grid.cells.size() + draft.first.size() - 1);
-  // Element numbers must leave room for the shift, and products of two lengths be ordinary numbers.
+  // Room for the finer lattices behind the first, so that it seldom has to move.
+  const std::size_t cells = draft.first.size() - 1;
+  if (grid.cells.empty()) grid.cells.reserve(cells + cells / 8);
+  grid.cells.resize(grid.cells.size() + cells);
+  // Products of two lengths must be ordinary numbers.
   const double cells_per_area = lattice.columns_per_unit * lattice.rows_per_unit;
-  const bool may_pack = mesh.NUMelem < 1 << ElementGrid::element_bits &&
-                        cells_per_area > 1.0e-200 && cells_per_area < 1.0e200;
+  const bool may_pack = cells_per_area > 1.0e-200 && cells_per_area < 1.0e200;
   std::size_t in_lattice = 0;
   for (int row = 0; row < lattice.rows; ++row) {
     for (int column = 0; column < lattice.columns; ++column, ++in_lattice) {
@@ -329,12 +382,15 @@ void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, 
       const auto count =
           static_cast<std::size_t>(draft.first[in_lattice + 1] - draft.first[in_lattice]);
       const std::size_t cell = static_cast<std::size_t>(lattice.first_cell) + in_lattice;
-      if (count > ElementGrid::slots && depth < deepest) {
-        tasks.push_back({static_cast<int>(cell), depth + 1, cell_box(draft, column, row),
-                         cell_reach(draft, column, row),
+      const Box reach = cell_reach(draft, column, row);
+      const bool packed = count <= ElementGrid::slots && may_pack &&
+                          keeps_close(lattice, column, row, reach) &&
+                          pack(mesh, lattice, column, row, elements, count, grid.cells[cell]);
+      if (packed) continue;
+      if (count > (may_pack ? few_elements : ElementGrid::slots) && depth < deepest) {
+        tasks.push_back({static_cast<int>(cell), depth + 1, cell_box(draft, column, row), reach,
                          std::vector<int>(elements, elements + count)});
-      } else if (count > ElementGrid::slots || !may_pack ||
-                 !pack(mesh, lattice, column, row, elements, count, grid.cells[cell])) {
+      } else {
         set_other(grid, cell, add_candidates(grid, elements, count));
       }
     }

@@ -1,11 +1,9 @@
 #include "mesh/find_element.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
+#include <cstddef>
 
 #include "mesh/element_grid.h"
 #include "mesh/geometry.h"
@@ -60,98 +58,29 @@ int earlier(const ElementGrid& grid, int a, int b, bool up) {
   return a_first == up ? a : b;
 }
 
-// Four slots of a cell are treated alike in vector registers: the even ones or the odd ones.
-using Real4 = float __attribute__((vector_size(16)));
-using Int4 = std::int32_t __attribute__((vector_size(16)));
-enum class Slots { even, odd };
-
-Real4 load(const std::array<std::int16_t, ElementGrid::slots>& values, Slots slots) {
-  Int4 pairs;
-  std::memcpy(&pairs, values.data(), sizeof pairs);
-  constexpr int half = 16;
-  const bool low = (slots == Slots::even) == (std::endian::native == std::endian::little);
-  return __builtin_convertvector((low ? pairs << half : pairs) >> half, Real4);
+// The exact test of the elements of a cell, for points close to an edge and for elements over each
+// other.
+[[gnu::noinline]] int search_closely(const MeshState& mesh, const ElementGrid::Cell& cell, double x,
+                                     double y) {
+  const auto end = std::find(cell.element.begin(), cell.element.end(), 0);
+  return search_list(mesh, cell.element.data(), static_cast<int>(end - cell.element.begin()),
+                     walks_up(mesh, x), x, y);
 }
 
-Real4 absolute(Real4 values) {
-  constexpr std::int32_t all_but_sign = 0x7fffffff;
-  return std::bit_cast<Real4>(std::bit_cast<Int4>(values) & all_but_sign);
-}
-
-// A corner of each slot seen from the point; `size`: sum of the absolute values.
-struct Corner4 {
-  Real4 x, y, size;
-};
-
-Corner4 see_corner(const std::array<std::int16_t, ElementGrid::slots>& x,
-                   const std::array<std::int16_t, ElementGrid::slots>& y, Slots slots, float px,
-                   float py) {
-  const Real4 dx = load(x, slots) - px, dy = load(y, slots) - py;
-  return {dx, dy, absolute(dx) + absolute(dy)};
-}
-
-// Where a triangle may hold the point and where it surely does: all bits of a slot or none.
-struct Verdict4 {
-  Int4 maybe, surely;
-};
-
-// Narrows the verdict by the edge from a to b. The point and the corners are off by half a unit
-// each, which makes the cross product uncertain by the sum of its factors; the rest is rounding.
-void test_edge(const Corner4& a, const Corner4& b, Verdict4& verdict) {
-  constexpr float rounding = 64.0f;
-  const Real4 cross = b.x * a.y - b.y * a.x;
-  const Real4 uncertain = a.size + b.size + rounding;
-  verdict.maybe &= cross <= uncertain;
-  verdict.surely &= cross + uncertain < 0.0f;
-}
-
-// A bit for each slot whose triangle may hold the point (bits 0 to 7) or surely does (8 to 15).
-Int4 slot_bits(const ElementGrid::Cell& cell, Slots slots, float px, float py) {
-  const Corner4 a = see_corner(cell.x1, cell.y1, slots, px, py);
-  const Corner4 b = see_corner(cell.x2, cell.y2, slots, px, py);
-  const Corner4 c = see_corner(cell.x3, cell.y3, slots, px, py);
-  Verdict4 verdict = {~Int4{}, ~Int4{}};
-  test_edge(a, b, verdict);
-  test_edge(b, c, verdict);
-  test_edge(c, a, verdict);
-  constexpr Int4 even = {1, 4, 16, 64}, odd = {2, 8, 32, 128};
-  const Int4 bits = slots == Slots::even ? even : odd;
-  return (verdict.maybe & bits) | (verdict.surely & (bits << ElementGrid::slots));
-}
-
-// The exact test of the elements of a cell, for points close to an edge.
-int search_closely(const MeshState& mesh, const ElementGrid::Cell& cell, bool up, double x,
-                   double y) {
-  std::array<int, ElementGrid::slots> elements = cell.element;
-  elements[0] &= (1 << ElementGrid::element_bits) - 1;
-  const auto end = std::find(elements.begin(), elements.end(), 0);
-  return search_list(mesh, elements.data(), static_cast<int>(end - elements.begin()), up, x, y);
-}
-
-int search_cell(const MeshState& mesh, const ElementGrid::Cell& cell, double x_from_middle,
-                double y_from_middle, bool up, double x, double y) {
-  const std::int32_t head = cell.element[0];
-  const double units = ElementGrid::cell_units >> (head >> ElementGrid::element_bits);
-  const auto px = static_cast<float>(rounded_units(x_from_middle, units));
-  const auto py = static_cast<float>(rounded_units(y_from_middle, units));
-  const Int4 parts = slot_bits(cell, Slots::even, px, py) | slot_bits(cell, Slots::odd, px, py);
-  const auto bits = static_cast<unsigned>((parts[0] | parts[1]) | (parts[2] | parts[3]));
+int search_cell(const MeshState& mesh, const ElementGrid::Cell& cell, double x_in_cell,
+                double y_in_cell, double x, double y) {
+  const unsigned bits = cell_lines::slot_bits(cell, cell_lines::whole_units(x_in_cell),
+                                              cell_lines::whole_units(y_in_cell));
   const unsigned found = bits & 0xffu;
-  if (found != bits >> ElementGrid::slots) return search_closely(mesh, cell, up, x, y);
+  const bool several = (found & (found - 1)) != 0;
+  if (found != bits >> ElementGrid::slots || several) return search_closely(mesh, cell, x, y);
   if (found == 0) return 0;
-  const int slot = up ? std::countr_zero(found) : std::bit_width(found) - 1;
-  const std::int32_t element = cell.element[static_cast<std::size_t>(slot)];
-  return element & ((1 << ElementGrid::element_bits) - 1);
+  return cell.element[static_cast<std::size_t>(std::countr_zero(found))];
 }
 
-}  // namespace
-
-int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
-  if (mesh.NUMelem < 1) return 0;
+// The search where the lattice has wide elements or the cell is no plain one.
+[[gnu::noinline]] int search_lattices(const MeshState& mesh, double x, double y) {
   const ElementGrid& grid = mesh.grid;
-  if (!grid.built) return walk(mesh, x, y);
-  // Also false for a coordinate that is no number.
-  if (!(x >= grid.x_min && x <= grid.x_max && y >= grid.y_min && y <= grid.y_max)) return 0;
   const bool up = walks_up(mesh, x);
   int wide = 0;
   const ElementGrid::Lattice* lattice = grid.lattices.data();
@@ -162,7 +91,7 @@ int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
     const LatticePlace column = lattice_column(*lattice, x), row = lattice_row(*lattice, y);
     const ElementGrid::Cell& cell = grid.cells[cell_number(*lattice, column.index, row.index)];
     if (cell.element[0] >= 0) {
-      const int e = search_cell(mesh, cell, column.from_middle, row.from_middle, up, x, y);
+      const int e = search_cell(mesh, cell, column.in_cell, row.in_cell, x, y);
       return wide == 0 ? e : earlier(grid, wide, e, up);
     }
     const ElementGrid::List& list = grid.others[static_cast<std::size_t>(-1 - cell.element[0])];
@@ -171,6 +100,20 @@ int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
     }
     lattice = &grid.lattices[static_cast<std::size_t>(list.first)];
   }
+}
+
+}  // namespace
+
+int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
+  const ElementGrid& grid = mesh.grid;
+  if (!grid.built) return mesh.NUMelem < 1 ? 0 : walk(mesh, x, y);
+  // Also false for a coordinate that is no number.
+  if (!(x >= grid.x_min && x <= grid.x_max && y >= grid.y_min && y <= grid.y_max)) return 0;
+  const ElementGrid::Lattice& lattice = grid.lattices.front();
+  const LatticePlace column = lattice_column(lattice, x), row = lattice_row(lattice, y);
+  const ElementGrid::Cell& cell = grid.cells[cell_number(lattice, column.index, row.index)];
+  if (cell.element[0] < 0 || lattice.wide.count > 0) return search_lattices(mesh, x, y);
+  return search_cell(mesh, cell, column.in_cell, row.in_cell, x, y);
 }
 
 }  // namespace dfl

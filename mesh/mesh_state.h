@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "control/array.h"
+#include "mesh/huge_pages.h"
 
 namespace dfl {
 
@@ -34,16 +35,18 @@ struct ElementBoundaries {
 // large domain are searched as fast as even ones. Built by BUILD_ELEMENT_GRID
 // (mesh/find_element.h).
 struct ElementGrid {
-  static constexpr int slots = 8;
-  static constexpr std::int16_t cell_units = 4096;  // side of a cell in the units of its corners
-  static constexpr int element_bits = 27;           // of element[0]; the shift stands above
-  // The elements that meet a cell, in SORTxmin order, with their corners rounded to 1/4096 of the
-  // cell around its middle (or coarser: shifted right), enough to tell inside from outside but for
-  // points close to an edge. Two cache lines; a search seldom needs more.
+  static constexpr int slots = 8;  // elements of a cell
+  static constexpr int edges = 8;  // of these elements, as far as they cross the cell
+  // The elements that meet a cell, in SORTxmin order, and the lines of their edges, rounded: enough
+  // to tell the element of a point but for points close to an edge. Two cache lines; a search
+  // seldom needs more. See mesh/element_grid.h.
   struct alignas(128) Cell {
-    std::array<std::int16_t, slots> x1{}, y1{}, x2{}, y2{}, x3{}, y3{};
-    std::array<std::int32_t, slots> element{};  // element[0] below 0: -1 - place in `others`
+    std::array<std::int16_t, 2 * edges> slope{};  // of each line along x and y, in pairs
+    std::array<std::int32_t, edges> level{};      // of each line
+    std::array<std::uint16_t, slots> inside{};    // sides of the lines that the element lies on
+    std::array<std::int32_t, slots> element{};    // element[0] below 0: -1 - place in `others`
   };
+  static_assert(sizeof(Cell) == 128);
   // A run of entries of `candidates`, in SORTxmin order.
   struct List {
     int first = 0;
@@ -61,7 +64,7 @@ struct ElementGrid {
   bool built = false;
   double x_min = 0.0, x_max = 0.0, y_min = 0.0, y_max = 0.0;  // of all elements
   std::vector<Lattice> lattices;                              // the first covers the mesh
-  std::vector<Cell> cells;
+  HugePageVector<Cell> cells;
   std::vector<List> others;     // cells that are finer lattices or have too many or large elements
   std::vector<int> candidates;  // elements
   std::vector<int> place;  // of each element in SORTxmin, from 1; only if a lattice has wide ones

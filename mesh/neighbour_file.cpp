@@ -42,11 +42,11 @@ void check_kind_of_file(const RunState& run, const std::string& path) {
   }
 }
 
-void open_empty(RunState& run) {
+void open_empty(RunState& run, const std::string& path) {
   MeshState& mesh = run.mesh;
   if (mesh.neighbour_file != nullptr) std::fclose(mesh.neighbour_file);
   errno = 0;
-  mesh.neighbour_file = open_file(run.settings.neighbor_file, "w+b");
+  mesh.neighbour_file = open_file(path, "w+b");
   if (mesh.neighbour_file == nullptr) stop_at_file(run, "cannot write it: " + system_text());
 }
 
@@ -115,6 +115,7 @@ void read_lists(RunState& run) {
   if (mesh.NUMneigh < 0 || mesh.NUMneigh >= std::max(mesh.NUMelem, 1)) {
     stop_damaged(run, "longest neighbor list " + std::to_string(mesh.NUMneigh));
   }
+  console(run.messages, "Reading data from neighbor file...\n");
   // The lists as they come, then by element.
   std::vector<int> list;
   Array<int> start;
@@ -181,7 +182,7 @@ bool read_neighbour_lists(RunState& run) {
   if (run.settings.neighbor_file == "none") return false;
   const std::string path = found_path(run.settings.neighbor_file);
   if (!file_exists(path)) {
-    open_empty(run);
+    open_empty(run, path);
     return false;
   }
   check_kind_of_file(run, path);
@@ -194,10 +195,9 @@ bool read_neighbour_lists(RunState& run) {
   }
   if (head != Head::good) {
     if (head == Head::corrupted) console(run.messages, "Neighbors file corrupted >>> ");
-    open_empty(run);
+    open_empty(run, path);
     return false;
   }
-  console(run.messages, "Reading data from neighbor file...\n");
   read_lists(run);
   return true;
 }

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
+#include "mesh/element_grid.h"
 #include "mesh/geometry.h"
 #include "mesh/literal_search.h"
 #include "mesh/random_mesh.h"
@@ -22,18 +24,18 @@ std::vector<std::pair<double, double>> trial_points(const MeshState& mesh, unsig
   std::mt19937 random(seed);
   std::vector<std::pair<double, double>> points;
   std::uniform_int_distribution<int> element(1, mesh.NUMelem);
-  std::uniform_real_distribution<double> part(-0.2, 1.2);
+  std::uniform_real_distribution<double> part(-0.2, 1.2), digits(1.0, 9.0);
   for (int i = 0; i < 300; ++i) {
     const int e = element(random);
     const int a = mesh.ELnode1(e), b = mesh.ELnode2(e), c = mesh.ELnode3(e);
-    const double r = part(random), s = part(random);
+    const double r = part(random), s = part(random), hair = std::pow(10.0, -digits(random));
     points.emplace_back(mesh.Xnode(a), mesh.Ynode(a));
     points.emplace_back(0.5 * (mesh.Xnode(a) + mesh.Xnode(b)),
                         0.5 * (mesh.Ynode(a) + mesh.Ynode(b)));
     points.emplace_back(mesh.Xnode(b) + r * (mesh.Xnode(c) - mesh.Xnode(b)),
                         mesh.Ynode(b) + r * (mesh.Ynode(c) - mesh.Ynode(b)));
-    points.emplace_back(points.back().first + 1e-5 * s * (mesh.Xnode(a) - mesh.Xnode(b)),
-                        points.back().second + 1e-5 * s * (mesh.Ynode(a) - mesh.Ynode(b)));
+    points.emplace_back(points.back().first + hair * s * (mesh.Xnode(a) - mesh.Xnode(b)),
+                        points.back().second + hair * s * (mesh.Ynode(a) - mesh.Ynode(b)));
     points.emplace_back(
         mesh.Xnode(a) + r * (mesh.Xnode(b) - mesh.Xnode(a)) + s * (mesh.Xnode(c) - mesh.Xnode(a)),
         mesh.Ynode(a) + r * (mesh.Ynode(b) - mesh.Ynode(a)) + s * (mesh.Ynode(c) - mesh.Ynode(a)));
@@ -56,7 +58,7 @@ TEST(FindElement, GridGivesTheElementOfTheWalk) {
   const std::pair<int, int> sizes[] = {{1, 1}, {3, 2}, {9, 14}, {40, 25}};
   for (test::MeshKind kind : test::all_mesh_kinds) {
     for (const auto& [columns, rows] : sizes) {
-      for (double offset : {0.0, 4.0e6}) {
+      for (double offset : {0.0, 4.0e6, 1.0e12}) {
         RunState run;
         test::MeshLists lists = test::random_mesh(kind, columns, rows, 7);
         for (test::TestNode& node : lists.nodes) node.x += offset, node.y += 0.1 * offset;
@@ -66,6 +68,57 @@ TEST(FindElement, GridGivesTheElementOfTheWalk) {
       }
     }
   }
+}
+
+// Nodes at one place, elements turned into lines and points, elements twice in the mesh.
+TEST(FindElement, FaultyElementsAmongGoodOnesAreSearchedAsInTheWalk) {
+  for (test::MeshKind kind : test::all_mesh_kinds) {
+    RunState run;
+    test::MeshLists lists = test::random_mesh(kind, 12, 9, 4);
+    for (std::size_t i = 0; i + 10 < lists.elements.size(); i += 10) {
+      const test::TestElement e = lists.elements[i], next = lists.elements[i + 1];
+      lists.elements[i + 2] = {e.a, e.b, e.a};
+      lists.elements[i + 3] = {e.c, e.c, e.c};
+      lists.elements[i + 4] = {e.b, e.c, e.a};
+      lists.nodes.push_back(lists.nodes[static_cast<std::size_t>(next.a) - 1]);
+      lists.elements[i + 5] = {static_cast<int>(lists.nodes.size()), next.b, next.c};
+    }
+    make_mesh(run, lists);
+    compare_with_walk(run, test::name_of(kind));
+  }
+}
+
+TEST(FindElement, VectorRegistersTellTheSidesAsThePlainLoopDoes) {
+  std::mt19937 random(3);
+  std::uniform_int_distribution<int> place(0, cell_lines::cell_units + 2 * cell_lines::beside);
+  int told = 0;
+  for (test::MeshKind kind : test::all_mesh_kinds) {
+    RunState run;
+    make_mesh(run, test::random_mesh(kind, 20, 20, 8));
+    for (const ElementGrid::Cell& cell : run.mesh.grid.cells) {
+      if (cell.element[0] <= 0) continue;
+      for (int i = 0; i < 20; ++i) {
+        const int px = place(random), py = place(random);
+        ASSERT_EQ(cell_lines::slot_bits(cell, px, py), cell_lines::slot_bits_plainly(cell, px, py));
+        told += (cell_lines::slot_bits(cell, px, py) & 0xffu) != 0 ? 1 : 0;
+      }
+    }
+  }
+  EXPECT_GT(told, 0);
+}
+
+// Big arrays ask for big pages, small ones do not waste them.
+TEST(FindElement, BigArraysStartAtABigPage) {
+  using Vector = HugePageVector<ElementGrid::Cell>;
+  const auto place_in_page = [](const Vector& v) {
+    return reinterpret_cast<std::uintptr_t>(v.data()) % HugePageAllocator<char>::page_bytes;
+  };
+  Vector cells(1 << 15);
+  EXPECT_EQ(place_in_page(cells), 0u);
+  const Vector copy = cells;
+  EXPECT_EQ(place_in_page(copy), 0u);
+  const Vector small(3);
+  EXPECT_EQ(place_in_page(small) % alignof(ElementGrid::Cell), 0u);
 }
 
 // Lengths whose products are no ordinary numbers.

@@ -135,6 +135,17 @@ TEST(NeighbourFile, IsBuiltAnewWhenItsHeadIsBadOrOld) {
   }
 }
 
+// A name with "\\" opens the file in its folder; that file is then the one to build anew.
+TEST(NeighbourFile, IsBuiltAnewWhereItWasFound) {
+  const test::TemporaryFolder folder;
+  folder.write("mesh.nei", "");
+  Trial trial(folder);
+  std::string& name = trial.run.settings.neighbor_file;
+  name[name.rfind('/')] = '\\';
+  READ_ADCIRC_MESH(trial.run);
+  EXPECT_EQ(test::read_text(folder.path("mesh.nei")), expected_file());
+}
+
 TEST(NeighbourFile, Version22IsStillGood) {
   const test::TemporaryFolder folder;
   folder.write("mesh.nei", expected_file("2.2.000"));
