@@ -287,13 +287,9 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
                       Stage& s, RandomStream& random) {
   const Settings& set = run.settings;
   const AdvectionMethod advection = fields.advection;
-  const TrackElement& t = fields.elements(s.element);
 
   // Depth, bed and roughness.
-  if (!s.sampled) {
-    s.weights = packed_weights(run, t, s.element, s.x, s.y);
-    s.f = interpolate(fields, t, s.weights);
-  }
+  sample_fields(run, fields, s);
   s.H = s.f[at_H];
   s.Db = set.wave_breaking ? s.f[at_Db] : 0.0f;
   s.KSgrain = 3.0f * s.f[at_D90];

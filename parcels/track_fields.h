@@ -72,6 +72,7 @@ struct TrackFields {
   bool uniform_water = true;    // density and viscosity are those of the cards
   bool plain_calm = true;       // a place without waves needs no wave quantity
   bool turbulent_draws = true;  // the stress of a stage draws a normal number
+  bool bed_may_keep = false;    // a parcel on the bed that is not picked up needs no velocity
   bool estimates = false;       // estimates of the centre of motion hold
   double dt8 = 0.0;             // s
   float dt = 0.0f;              // s

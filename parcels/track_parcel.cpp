@@ -56,10 +56,15 @@ void combine(const TrackFields& fields, const Parcel& parcel, const RungeKutta& 
 void move_parcel(const RunState& run, const TrackFields& fields, Parcel& parcel, Stage& s,
                  RandomStream& random) {
   if (parcel.RHOs > s.rho) {
-    // A grain that stays on the bed needs no velocity unless it is written.
     if (is_true(s.DORMANT) && s.Pu_wanted) {
       s.Pu = pickup_chance(run, fields, parcel, s);
       s.Pu_wanted = false;
+    }
+    // A grain that stays on the bed needs no velocity unless it is written.
+    if (is_true(s.DORMANT) && fields.bed_may_keep && !picked_up(fields, s)) {
+      s.hs = s.height;
+      stay_at_start(s);
+      return;
     }
     PARCEL_VELOCITY(run, fields, parcel, s);
   } else {

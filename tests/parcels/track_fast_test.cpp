@@ -31,6 +31,7 @@ struct Variant {
   bool levels = false;  // three-dimensional flow with density and temperature
   bool TAUgiven = false;
   bool no_random_walk = false;
+  bool flow_output = true;
   double time_step = 20.0;
 };
 
@@ -87,7 +88,7 @@ void set_fields(RunState& run, const Variant& variant) {
   set.no_random_walk = variant.no_random_walk;
   set.waves = variant.waves;
   set.wave_breaking = set.wave_mass_transport = set.undertow = variant.wave_physics;
-  set.flow_output = true;
+  set.flow_output = variant.flow_output;
   set.bottom_flow_height = 0.5f;
   run.parcels.TAUgiven = variant.TAUgiven;
   FlowState& flow = run.flow;
@@ -339,7 +340,14 @@ const Variant variants[] = {
     {.name = "q3d_levels", .velocity = VelocityMethod::sigma_3d, .levels = true},
     {.name = "q3d_long_steps", .time_step = 120.0},
     {.name = "q3d_no_walk", .no_random_walk = true},
+    {.name = "q3d_no_output", .flow_output = false},
     {.name = "d3", .advection = d3},
+    {.name = "d3_no_output", .advection = d3, .flow_output = false},
+    {.name = "d3_no_output_levels",
+     .advection = d3,
+     .velocity = VelocityMethod::z_3d,
+     .levels = true,
+     .flow_output = false},
     {.name = "d3_order_4", .advection = d3, .order = 4},
     {.name = "d3_no_bed_interaction", .advection = d3, .bed_interaction = false},
     {.name = "d3_debug", .advection = d3, .debug = true},
