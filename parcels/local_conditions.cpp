@@ -289,7 +289,10 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
   const AdvectionMethod advection = fields.advection;
 
   // Depth, bed and roughness.
-  sample_fields(run, fields, s);
+  if (!s.sampled) {
+    sample_fields(run, fields, s);
+    s.sampled_start = true;
+  }
   s.H = s.f[at_H];
   s.Db = set.wave_breaking ? s.f[at_Db] : 0.0f;
   s.KSgrain = 3.0f * s.f[at_D90];

@@ -32,9 +32,8 @@ struct Stage {
   DeferredGauss gauss;
   double DTsub = 0.0;  // s
 
-  // Fields at the parcel, and the place that weights and f are for.
-  double sample_x = 0.0, sample_y = 0.0;
-  int sample_element = 0;
+  // Fields at the parcel; `sampled`: for the present position, `sampled_start`: it is the start.
+  bool sampled = false, sampled_start = false;
   Weights weights;
   NodeValues f;
   float H = 0.0f, B0 = 0.0f;
@@ -94,13 +93,10 @@ inline Weights packed_weights(const RunState& run, const TrackElement& t, int e,
 
 // Weights and fields at the working position.
 inline void sample_fields(const RunState& run, const TrackFields& fields, Stage& s) {
-  if (s.sample_element == s.element && s.sample_x == s.x && s.sample_y == s.y) return;
   const TrackElement& t = fields.elements(s.element);
   s.weights = packed_weights(run, t, s.element, s.x, s.y);
   s.f = interpolate(fields, t, s.weights);
-  s.sample_x = s.x;
-  s.sample_y = s.y;
-  s.sample_element = s.element;
+  s.sampled = true;
 }
 
 }  // namespace dfl
