@@ -10,11 +10,6 @@ namespace {
 
 constexpr float gradient_step = 0.01f;  // m
 
-// Speed of the walk at diffusivity E (m2/s): uniform numbers on [-1, 1) give a variance of 2 E dt.
-float walk_scale(float E, double dt) {
-  return static_cast<float>(std::sqrt(6.0 * static_cast<double>(E) / dt));
-}
-
 // Vertical walk: drift up the gradient of the diffusivity, and scatter, m.
 double vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s, float factor) {
   const auto Ev = [&](float z) { return EV_VERTICAL(set, s.H, z, s.su, factor); };

@@ -2,6 +2,8 @@
 
 // How far a parcel goes in a step: current, settling, turbulence, and the bed.
 
+#include <cmath>
+
 #include "parcels/track_stage.h"
 
 namespace dfl {
@@ -21,6 +23,11 @@ inline float EV_VERTICAL(const Settings& set, float H, float z, float speed, flo
   if (set.kev <= 0.0f) return 0.0f;
   const float t = (H - z) * z;
   return std::max(set.kev * speed * (t * t) / (H * H * H) * factor, set.evmin);
+}
+
+// Speed of the walk at diffusivity E (m2/s): uniform numbers on [-1, 1) give a variance of 2 E dt.
+inline float walk_scale(float E, double dt) {
+  return static_cast<float>(std::sqrt(6.0 * static_cast<double>(E) / dt));
 }
 
 // A height in the profile of a suspended grain (Rouse 1937) as a fraction of the depth. a: where

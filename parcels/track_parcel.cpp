@@ -8,6 +8,7 @@
 #include "parcels/look_ahead.h"
 #include "parcels/parcel_locate.h"
 #include "parcels/parcel_velocity.h"
+#include "parcels/track_passive.h"
 
 namespace dfl {
 
@@ -29,10 +30,6 @@ RungeKutta scheme_of(const RunState& run, int order) {
     fatal_error(run.messages, " *** Iorder must be 2 or 4 ***");
   }
   return rk;
-}
-
-double fourth_order(const std::array<double, 4>& d) {
-  return (d[0] + 2.0 * (d[1] + d[2]) + d[3]) / 6.0;
 }
 
 // Position of stage i (0 to 3) from the start of the step.
@@ -133,6 +130,11 @@ TrackReport TRACK_PARCEL(const RunState& run, const TrackFields& fields, int ord
                          RandomStream& random) {
   TrackReport report;
   if (parcel.ELEMENT < 1 || parcel.ELEMENT > run.mesh.NUMelem) return lose(parcel, lost_off_mesh);
+  if (fields.passive_steps && parcel.RHOs <= run.settings.water_density &&
+      parcel.DORMANT == logical_false && (order == 2 || order == 4) &&
+      track_passive(run, fields, order, parcel, random, report.displacement_squared)) {
+    return report;
+  }
   Stage s;
   s.x = s.Xs = parcel.X;
   s.y = s.Ys = parcel.Y;
