@@ -10,11 +10,6 @@ namespace {
 
 constexpr float gradient_step = 0.01f;  // m
 
-// Speed of the walk at diffusivity E (m2/s): uniform numbers on [-1, 1) give a variance of 2 E dt.
-float walk_scale(float E, double dt) {
-  return static_cast<float>(std::sqrt(6.0 * static_cast<double>(E) / dt));
-}
-
 // Vertical walk: drift up the gradient of the diffusivity, and scatter, m.
 double vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s, float factor) {
   const auto Ev = [&](float z) { return EV_VERTICAL(set, s.H, z, s.su, factor); };
@@ -124,25 +119,19 @@ void DISPLACEMENT(const RunState& run, const TrackFields& fields, const Parcel& 
                   RandomStream& random) {
   const Settings& set = run.settings;
   const AdvectionMethod advection = fields.advection;
-  s.absolute = false;
-  if (s.hs > s.H) s.h0 = s.H;
-  if (advection == AdvectionMethod::d2 && s.MOBILITY < 1.0f) {
-    s.dx = s.Xs;
-    s.dy = s.Ys;
-    s.dz = static_cast<double>(s.hc);
-    s.absolute = true;
-    s.status = 1;
-    return;
-  }
-  if (is_true(s.DORMANT)) {
-    s.dx = s.Xs;
-    s.dy = s.Ys;
-    s.dz = static_cast<double>(s.h0);
-    s.absolute = true;
-    leave_bed(run, fields, parcel, s, random);
+  const bool immobile = advection == AdvectionMethod::d2 && s.MOBILITY < 1.0f;
+  if (immobile || is_true(s.DORMANT)) {
+    stay_at_start(s);
+    if (immobile) {
+      s.dz = static_cast<double>(s.hc);
+    } else {
+      leave_bed(run, fields, parcel, s, random);
+    }
     return;
   }
 
+  s.absolute = false;
+  if (s.hs > s.H) s.h0 = s.H;
   const float factor = breaking_factor(set, s.Db, s.Hw);
   double dx = 0.0, dy = 0.0;
   plane_displacement(set, fields, s, factor, dx, dy);

@@ -10,10 +10,15 @@
 
 namespace dfl {
 
+// Exponent of 2 in a positive normal number.
+inline int binary_exponent(float x) {
+  return static_cast<int>(std::bit_cast<std::uint32_t>(x) >> 23) - 127;
+}
+
 // Good to 0.0002 for positive normal numbers.
 inline float estimate_log2(float x) {
   const auto bits = std::bit_cast<std::uint32_t>(x);
-  const auto exponent = static_cast<float>(static_cast<int>(bits >> 23) - 127);
+  const auto exponent = static_cast<float>(binary_exponent(x));
   const float m = std::bit_cast<float>((bits & 0x007fffffu) | 0x3f800000u);
   return exponent - 2.4983531f +
          m * (4.0292114f + m * (-2.0783352f + m * (0.62603218f - 0.078440676f * m)));
@@ -21,8 +26,7 @@ inline float estimate_log2(float x) {
 
 // Good to 0.02 % between -120 and 120.
 inline float estimate_exp2(float x) {
-  const int truncated = static_cast<int>(x);
-  const int whole = truncated - (x < static_cast<float>(truncated) ? 1 : 0);
+  const int whole = static_cast<int>(x + 128.0f) - 128;  // rounded down, without a branch
   const float f = x - static_cast<float>(whole);
   const float m = 0.99990029f + f * (0.69632477f + f * (0.22469316f + 0.07896726f * f));
   const auto scale = static_cast<std::uint32_t>(whole + 127) << 23;
@@ -36,11 +40,9 @@ inline bool centroid_is_low(float H, float S, float KStotal, float KSgrain, floa
   if (!(H >= 2.0f * KSgrain && KSgrain > 1.0e-20f && H <= 1.0e9f * KStotal && H > 4.0f * KStotal)) {
     return false;
   }
-  const auto exponent = [](float x) {
-    return static_cast<int>(std::bit_cast<std::uint32_t>(x) >> 23) - 127;
-  };
   // From below: log10 of 2 times the exponent of H / KSgrain.
-  const float log_depth = 0.3010299f * static_cast<float>(exponent(H) - exponent(KSgrain) - 1);
+  const float log_depth =
+      0.3010299f * static_cast<float>(binary_exponent(H) - binary_exponent(KSgrain) - 1);
   return S <= ustar * (5.75f * log_depth + 6.0f);
 }
 
@@ -69,6 +71,24 @@ inline float estimate_centroid(float H, float Ws, float S, float MOBILITY, float
   const float speed = suspended * fs + (1.0f - fs) * rolling;
   if (!(speed > -30.0f && speed < 100.0f)) return no_estimate;
   return KStotal * estimate_exp2(0.57772648f * speed - 4.9106734f);
+}
+
+// True if the stress of a current (U, V) without waves on a parcel in motion is above its critical
+// stress beyond doubt, whatever the turbulence of the moment: a quarter of it is, with a drag below
+// the true one. H: depth, KS: grain roughness, m.
+inline bool surely_mobile(float H, float KS, float U, float V, float rho, float tau_cr) {
+  const float squared = U * U + V * V;
+  if (!(squared >= 1.01e-4f && H >= 2.0f * KS && H <= 1.0e7f * KS && KS > 1.0e-20f &&
+        tau_cr >= 0.0f)) {
+    return false;
+  }
+  // Near an axis the friction formula has coefficients of its own; a component of 0 has no stress.
+  const float au = std::abs(U), av = std::abs(V);
+  const float small = std::min(au, av);
+  if (!(small == 0.0f || std::max(au, av) <= 1000.0f * small)) return false;
+  // The logarithm in the drag, ln(30 H / KS) - 1, is below `most`.
+  const float most = 0.7f * static_cast<float>(binary_exponent(H) - binary_exponent(KS) + 6);
+  return 0.04f * rho * squared > tau_cr * (most * most);
 }
 
 }  // namespace dfl

@@ -161,28 +161,6 @@ float van_rijn_stress(const RunState& run, const TrackFields& fields, const Parc
   return VAN_RIJN(run.messages, in).max_stress;
 }
 
-// Exponent of 2 in a positive normal number.
-int binary_exponent(float value) {
-  return static_cast<int>(std::bit_cast<std::uint32_t>(value) >> 23) - 127;
-}
-
-// True if the stress on a parcel in motion is above its critical stress beyond doubt, whatever the
-// turbulence of the moment: a quarter of the current's stress is, with a drag below the true one.
-bool surely_mobile(const Stage& s, float tau_cr) {
-  const float H = s.H, KS = s.KSgrain;
-  const float squared = s.U * s.U + s.V * s.V;
-  if (!(squared >= 1.01e-4f && 30.0f * H >= 60.0f * KS && H <= 1.0e7f * KS && KS > 1.0e-20f &&
-        tau_cr >= 0.0f)) {
-    return false;
-  }
-  const float au = std::abs(s.U), av = std::abs(s.V);
-  const float small = std::min(au, av);
-  if (!(small == 0.0f || std::max(au, av) <= 1000.0f * small)) return false;
-  // The logarithm in the drag, ln(30 H / KSgrain) - 1, is below `most`.
-  const float most = 0.7f * static_cast<float>(binary_exponent(H) - binary_exponent(KS) + 6);
-  return 0.04f * s.rho * squared > tau_cr * (most * most);
-}
-
 // Water at the parcel.
 void find_water(const RunState& run, const TrackFields& fields, Stage& s) {
   s.rho = run.settings.water_density;
@@ -287,12 +265,11 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
                       Stage& s, RandomStream& random) {
   const Settings& set = run.settings;
   const AdvectionMethod advection = fields.advection;
-  const TrackElement& t = fields.elements(s.element);
 
   // Depth, bed and roughness.
   if (!s.sampled) {
-    s.weights = packed_weights(run, t, s.element, s.x, s.y);
-    s.f = interpolate(fields, t, s.weights);
+    sample_fields(run, fields, s);
+    s.sampled_start = true;
   }
   s.H = s.f[at_H];
   s.Db = set.wave_breaking ? s.f[at_Db] : 0.0f;
@@ -327,7 +304,8 @@ bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parc
 
   // The stress on a parcel without weight decides on nothing, but with "2d" on standing still.
   if (light && (advection != AdvectionMethod::d2 ||
-                (calm && s.DORMANT == logical_false && surely_mobile(s, s.tau_cr)))) {
+                (calm && s.DORMANT == logical_false &&
+                 surely_mobile(s.H, s.KSgrain, s.U, s.V, s.rho, s.tau_cr)))) {
     if (fields.turbulent_draws) pass_gauss(s.gauss, random);
     s.MOBILITY = 1.0f;
     return true;

@@ -270,10 +270,10 @@ void PARCEL_LOCATE(const RunState& run, const TrackFields& fields, Stage& s) {
   if (s.status < 0) return;
 
   // Height and elevation follow the depth and the bed.
-  const TrackElement& t = fields.elements(s.element);
-  s.weights = packed_weights(run, t, s.element, s.x, s.y);
-  s.f = interpolate(fields, t, s.weights);
-  s.sampled = true;
+  const bool stayed =
+      s.absolute && s.sampled_start && s.element == s.e0 && s.x == s.Xs && s.y == s.Ys;
+  if (!stayed) sample_fields(run, fields, s);
+  s.sampled_start = false;
   const float Hn = s.f[at_H], Bn = s.f[at_B];
   if (Hn < s.height) s.height = 2.0f * Hn - s.height;  // mirrored at the surface
   if (fields.advection != AdvectionMethod::d2) {

@@ -46,6 +46,16 @@ constexpr std::array<std::uint64_t, N> multiplier_powers(std::uint64_t a, std::u
   return powers;
 }
 
+// x modulo m for x below 2^62 and m between 2^30 and 2^31: the quotient is that of the product with
+// 2^94 / m, rounded up.
+template <std::uint64_t m>
+inline int remainder_of(std::uint64_t x) {
+  using Wide = unsigned __int128;
+  constexpr auto inverse = static_cast<std::uint64_t>(((Wide{1} << 94) + m - 1) / m);
+  const auto quotient = static_cast<std::uint64_t>(Wide{x} * inverse >> 94);
+  return static_cast<int>(x - quotient * m);
+}
+
 // The next N combined values. A state n draws ahead is the present one times the n-th power of the
 // multiplier, so that the draws need not wait for each other.
 template <std::size_t N>
@@ -56,11 +66,15 @@ inline std::array<int, N> next_random_integers(RandomStream& random) {
   const auto s1 = static_cast<std::uint64_t>(random.state[0]);
   const auto s2 = static_cast<std::uint64_t>(random.state[1]);
   std::array<int, N> z;
+  int last1 = 0, last2 = 0;
+#pragma GCC unroll 4
   for (std::size_t i = 0; i < N; ++i) {
-    random.state = {static_cast<int>(powers1[i] * s1 % m1), static_cast<int>(powers2[i] * s2 % m2)};
-    z[i] = random.state[0] - random.state[1];
-    if (z[i] < 1) z[i] += 2147483562;
+    last1 = remainder_of<m1>(powers1[i] * s1);
+    last2 = remainder_of<m2>(powers2[i] * s2);
+    const int difference = last1 - last2;
+    z[i] = difference < 1 ? difference + 2147483562 : difference;
   }
+  random.state = {last1, last2};
   return z;
 }
 

@@ -105,6 +105,12 @@ void pack_settings(const RunState& run, TrackFields& fields) {
   fields.plain_calm =
       set.method.eulerian == EulerianMethod::pie && set.method.centroid == CentroidMethod::rouse;
   fields.turbulent_draws = set.turbulent_shear && !set.debug;
+  fields.passive_steps = fields.advection == AdvectionMethod::d2 && run.flow.FLOW2D &&
+                         fields.uniform_water && fields.plain_calm && !set.wave_breaking &&
+                         !set.wave_mass_transport && !set.undertow && !set.flow_output;
+  fields.bed_may_keep = !set.flow_output && set.method.velocity != VelocityMethod::unknown &&
+                        (fields.advection == AdvectionMethod::q3d ||
+                         (fields.advection == AdvectionMethod::d3 && set.bed_interaction));
   fields.estimates = fields.advection == AdvectionMethod::q3d && run.flow.FLOW2D &&
                      set.method.centroid == CentroidMethod::rouse && set.bed_porosity < 0.99f &&
                      (set.method.velocity == VelocityMethod::log ||

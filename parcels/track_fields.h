@@ -17,19 +17,20 @@ enum NodeField : std::size_t {
   at_H,       // depth, m
   at_B,       // bed below datum, m
   at_D90,     // m
-  at_D50,     // m
   at_KS,      // total roughness, m
   at_U,       // depth average, m/s
   at_V,       // depth average, m/s
   at_TAUbed,  // Pa
-  at_Hw,      // wave height, m
-  at_Tw,      // wave period, s
-  at_Ax,      // wave direction
-  at_Ay,      // wave direction
-  at_Db,      // breaking dissipation
-  at_ETAnew,  // m
-  at_ETAold,  // m
   at_waves,   // 0 where the node has no waves at all, else 1
+  passive_fields,
+  at_D50 = passive_fields,  // m
+  at_Hw,                    // wave height, m
+  at_Tw,                    // wave period, s
+  at_Ax,                    // wave direction
+  at_Ay,                    // wave direction
+  at_Db,                    // breaking dissipation
+  at_ETAnew,                // m
+  at_ETAold,                // m
   node_fields
 };
 using NodeValues = std::array<float, node_fields>;
@@ -72,6 +73,8 @@ struct TrackFields {
   bool uniform_water = true;    // density and viscosity are those of the cards
   bool plain_calm = true;       // a place without waves needs no wave quantity
   bool turbulent_draws = true;  // the stress of a stage draws a normal number
+  bool passive_steps = false;   // track_passive serves parcels at or below water density
+  bool bed_may_keep = false;    // a parcel on the bed that is not picked up needs no velocity
   bool estimates = false;       // estimates of the centre of motion hold
   double dt8 = 0.0;             // s
   float dt = 0.0f;              // s

@@ -8,6 +8,7 @@
 #include "parcels/look_ahead.h"
 #include "parcels/parcel_locate.h"
 #include "parcels/parcel_velocity.h"
+#include "parcels/track_passive.h"
 
 namespace dfl {
 
@@ -31,10 +32,6 @@ RungeKutta scheme_of(const RunState& run, int order) {
   return rk;
 }
 
-double fourth_order(const std::array<double, 4>& d) {
-  return (d[0] + 2.0 * (d[1] + d[2]) + d[3]) / 6.0;
-}
-
 // Position of stage i (0 to 3) from the start of the step.
 void combine(const TrackFields& fields, const Parcel& parcel, const RungeKutta& rk, std::size_t i,
              Stage& s) {
@@ -56,10 +53,15 @@ void combine(const TrackFields& fields, const Parcel& parcel, const RungeKutta& 
 void move_parcel(const RunState& run, const TrackFields& fields, Parcel& parcel, Stage& s,
                  RandomStream& random) {
   if (parcel.RHOs > s.rho) {
-    // A grain that stays on the bed needs no velocity unless it is written.
     if (is_true(s.DORMANT) && s.Pu_wanted) {
       s.Pu = pickup_chance(run, fields, parcel, s);
       s.Pu_wanted = false;
+    }
+    // A grain that stays on the bed needs no velocity unless it is written.
+    if (is_true(s.DORMANT) && fields.bed_may_keep && !picked_up(fields, s)) {
+      s.hs = s.height;
+      stay_at_start(s);
+      return;
     }
     PARCEL_VELOCITY(run, fields, parcel, s);
   } else {
@@ -128,6 +130,11 @@ TrackReport TRACK_PARCEL(const RunState& run, const TrackFields& fields, int ord
                          RandomStream& random) {
   TrackReport report;
   if (parcel.ELEMENT < 1 || parcel.ELEMENT > run.mesh.NUMelem) return lose(parcel, lost_off_mesh);
+  if (fields.passive_steps && parcel.RHOs <= run.settings.water_density &&
+      parcel.DORMANT == logical_false && (order == 2 || order == 4) &&
+      track_passive(run, fields, order, parcel, random, report.displacement_squared)) {
+    return report;
+  }
   Stage s;
   s.x = s.Xs = parcel.X;
   s.y = s.Ys = parcel.Y;

@@ -31,6 +31,7 @@ struct Variant {
   bool levels = false;  // three-dimensional flow with density and temperature
   bool TAUgiven = false;
   bool no_random_walk = false;
+  bool flow_output = true;
   double time_step = 20.0;
 };
 
@@ -87,7 +88,7 @@ void set_fields(RunState& run, const Variant& variant) {
   set.no_random_walk = variant.no_random_walk;
   set.waves = variant.waves;
   set.wave_breaking = set.wave_mass_transport = set.undertow = variant.wave_physics;
-  set.flow_output = true;
+  set.flow_output = variant.flow_output;
   set.bottom_flow_height = 0.5f;
   run.parcels.TAUgiven = variant.TAUgiven;
   FlowState& flow = run.flow;
@@ -339,13 +340,34 @@ const Variant variants[] = {
     {.name = "q3d_levels", .velocity = VelocityMethod::sigma_3d, .levels = true},
     {.name = "q3d_long_steps", .time_step = 120.0},
     {.name = "q3d_no_walk", .no_random_walk = true},
+    {.name = "q3d_no_output", .flow_output = false},
     {.name = "d3", .advection = d3},
+    {.name = "d3_no_output", .advection = d3, .flow_output = false},
+    {.name = "d3_no_output_levels",
+     .advection = d3,
+     .velocity = VelocityMethod::z_3d,
+     .levels = true,
+     .flow_output = false},
     {.name = "d3_order_4", .advection = d3, .order = 4},
     {.name = "d3_no_bed_interaction", .advection = d3, .bed_interaction = false},
     {.name = "d3_debug", .advection = d3, .debug = true},
     {.name = "d3_waves", .advection = d3, .waves = true, .wave_physics = true},
     {.name = "d3_levels", .advection = d3, .velocity = VelocityMethod::z_3d, .levels = true},
     {.name = "d2", .advection = d2},
+    {.name = "d2_no_output", .advection = d2, .flow_output = false},
+    {.name = "d2_no_output_order_4", .advection = d2, .order = 4, .flow_output = false},
+    {.name = "d2_no_output_half_waves", .advection = d2, .waves = true, .flow_output = false},
+    {.name = "d2_no_output_no_shear",
+     .advection = d2,
+     .turbulent_shear = false,
+     .repeatable = true,
+     .flow_output = false},
+    {.name = "d2_no_output_long_steps", .advection = d2, .flow_output = false, .time_step = 120.0},
+    {.name = "d2_no_output_no_walk",
+     .advection = d2,
+     .debug = true,
+     .no_random_walk = true,
+     .flow_output = false},
     {.name = "d2_order_4", .advection = d2, .order = 4},
     {.name = "d2_van_rijn_centroid", .advection = d2, .centroid = CentroidMethod::van_rijn},
     {.name = "d2_waves", .advection = d2, .waves = true, .wave_physics = true},
