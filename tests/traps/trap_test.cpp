@@ -400,6 +400,18 @@ TEST(Traps, EchoOfATrap) {
             "\n");
 }
 
+TEST(Traps, LastStepWithoutATrapFileDoesNothing) {
+  const test::TemporaryFolder folder;
+  RunState run;
+  run.settings.last_step_trap = true;
+  prepare(run, folder, "0\n0\n", 1);
+  close_trap_reports(run);
+  run.traps = {};
+  run.clock.LASTstep = true;
+  EXPECT_EQ(step(run), 0);
+  EXPECT_FALSE(run.traps.TRAPon);
+}
+
 TEST(Traps, NoTrapsGiveHeadsOnly) {
   const test::TemporaryFolder folder;
   RunState run;
