@@ -1,7 +1,5 @@
 #include "traps/trap_counting.h"
 
-#include <algorithm>
-
 #include "control/run_clock.h"
 #include "mesh/polygon.h"
 #include "traps/trap_reports.h"

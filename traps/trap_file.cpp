@@ -1,6 +1,7 @@
 #include "traps/trap_file.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "control/text_reader.h"
@@ -19,9 +20,40 @@ std::string trap_path(const Settings& s) {
   return file_exists(found_path(s.trap_file)) ? s.trap_file : s.trap_file_as_given;
 }
 
+// An item that stands between two commas or behind a slash leaves its variable as it was: at a
+// value that the reader never takes, or that no trap has.
+void forget(int& value) {
+  value = std::numeric_limits<int>::min();
+}
+void forget(float& value) {
+  value = std::numeric_limits<float>::quiet_NaN();
+}
+void forget(double& value) {
+  value = std::numeric_limits<double>::quiet_NaN();
+}
+bool is_given(int value) {
+  return value != std::numeric_limits<int>::min();
+}
+bool is_given(double value) {
+  return !std::isnan(value);
+}
+bool is_given(float value) {
+  return !std::isnan(value);
+}
+
+// One record, all items of which have to be there.
+template <class... Numbers>
+void read_record(TextReader& in, Numbers&... numbers) {
+  (forget(numbers), ...);
+  in.read(numbers...);
+  if (!(is_given(numbers) && ...)) {
+    in.stop("expected " + std::to_string(sizeof...(numbers)) + " items, found one left out");
+  }
+}
+
 int read_count(TextReader& in, const char* what) {
   int count = 0;
-  in.read(count);
+  read_record(in, count);
   if (count < 0 || count > most_traps) {
     in.stop(std::string("expected a number of ") + what + " from 0 to " +
             std::to_string(most_traps) + ", found " + std::to_string(count));
@@ -43,14 +75,15 @@ void read_name(TextReader& in, Trap& trap) {
   MessageState unused;
   TextReader word(unused, in.path(), trap.TRAPnumber, in.line());
   int number = 0;
-  if (trap.TRAPnumber.empty() || !word.try_read(number)) {
+  forget(number);
+  if (trap.TRAPnumber.empty() || !word.try_read(number) || !is_given(number)) {
     in.stop("expected a trap number, found \"" + trap.TRAPnumber + "\"");
   }
 }
 
 void read_settings(TextReader& in, int& first, Trap& trap) {
   int opened = 0, one_count = 0;
-  in.read(first, trap.TRAPtop, trap.TRAPbottom, opened, one_count);
+  read_record(in, first, trap.TRAPtop, trap.TRAPbottom, opened, one_count);
   trap.TRAPopened = opened == 1;
   trap.TRAPonecount = one_count == 1;
 }
@@ -60,7 +93,7 @@ void read_line_trap(TextReader& in, Trap& trap) {
   read_name(in, trap);
   read_settings(in, trap.TRAPdir, trap);
   trap.TRAPxy.allocate(2, 1, 2);
-  for (int i = 1; i <= 2; ++i) in.read(trap.TRAPxy(i, 1), trap.TRAPxy(i, 2));
+  for (int i = 1; i <= 2; ++i) read_record(in, trap.TRAPxy(i, 1), trap.TRAPxy(i, 2));
   const double x1 = trap.TRAPxy(1, 1), x2 = trap.TRAPxy(2, 1);
   trap.TRAPvertical = x2 - x1 == 0.0;
   if (trap.TRAPvertical) {
@@ -83,7 +116,7 @@ void read_polygon_trap(TextReader& in, Trap& trap) {
   trap.TRAPkind = TrapKind::polygon;
   read_name(in, trap);
   read_settings(in, trap.TRAPsides, trap);
-  constexpr std::size_t least_bytes = 6;  // of a vertex
+  constexpr std::size_t least_bytes = 4;  // of a vertex: "3*1" and a line end
   if (trap.TRAPsides < 0 ||
       static_cast<std::size_t>(trap.TRAPsides) > in.bytes_left() / least_bytes + 1) {
     in.stop("expected a number of vertices that the file holds, found " +
@@ -95,7 +128,7 @@ void read_polygon_trap(TextReader& in, Trap& trap) {
   for (int i = 1; i <= trap.TRAPsides; ++i) {
     int number = 0;
     double x = 0.0, y = 0.0;
-    in.read(number, x, y);
+    read_record(in, number, x, y);
     if (number < 1 || number > trap.TRAPsides) {
       in.stop("expected a vertex from 1 to " + std::to_string(trap.TRAPsides) + ", found " +
               std::to_string(number));

@@ -190,6 +190,12 @@ const BadInput bad_inputs[] = {
      [](TinyCase& c) { test::add_cards(c, {":flow_files FOLDER/a.63 FOLDER/a.64"}); }, "a.63"},
     {"sources missing", [](TinyCase& c) { test::add_cards(c, {":source_file FOLDER/a.src"}); },
      "a.src"},
+    {"traps missing", [](TinyCase& c) { test::add_cards(c, {":trap_file FOLDER/Absent.trp"}); },
+     "Cannot open file \".*/Absent.trp\""},
+    {"traps are a directory", [](TinyCase& c) { test::add_cards(c, {":trap_file FOLDER/."}); },
+     "not a regular file"},
+    {"traps are another file", [](TinyCase& c) { test::add_cards(c, {":trap_file FOLDER/bed.txt"}); },
+     "bed.txt:1: expected an integer, found \"sizes\""},
     {"neighbour file is a directory",
      [](TinyCase& c) { test::add_cards(c, {":neighbor_file FOLDER/."}); }, "Neighbor file .*folder"},
 };
