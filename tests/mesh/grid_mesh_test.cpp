@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <map>
+#include <random>
 #include <set>
 
 #include "common/test_run.h"
@@ -324,30 +326,20 @@ TEST(GridMesh, BadCardFileStopsTheRun) {
       {std::string("\0\xff\n\0", 4), "Premature end of file"},
   };
   for (const BadFile& c : cases) {
-    EXPECT_EXIT(
-        {
-          GridRun it(c.text, true);
-          READ_GRID_MESH(it.run);
-        },
-        testing::ExitedWithCode(0), std::string("(.|\n)*") + c.message)
+    GridRun it(c.text, true);
+    EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0),
+                std::string("(.|\n)*") + c.message)
         << c.text;
   }
   for (const char* name : {"absent", "."}) {
-    EXPECT_EXIT(
-        {
-          GridRun it("", true);
-          it.run.settings.mesh_file = it.folder.path(name);
-          READ_GRID_MESH(it.run);
-        },
-        testing::ExitedWithCode(0), "RVCARDS file not found");
+    GridRun it("", true);
+    it.run.settings.mesh_file = it.folder.path(name);
+    EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0), "RVCARDS file not found");
   }
-  EXPECT_EXIT(
-      {
-        GridRun it("", true);
-        it.run.settings.method.mesh = MeshFormat::n2g;
-        READ_GRID_MESH(it.run);
-      },
-      testing::ExitedWithCode(0), "DFL v2.1 does not support N2D v3.02");
+  GridRun it("", true);
+  it.run.settings.method.mesh = MeshFormat::n2g;
+  EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0),
+              "DFL v2.1 does not support N2D v3.02");
 }
 
 TEST(GridMesh, BadTelescopingFileStopsWithItsLine) {
@@ -380,14 +372,9 @@ TEST(GridMesh, BadTelescopingFileStopsWithItsLine) {
       {"title\n0 0 0 1\n1 5 5 10 10 0 0 0 0 0 0 0 0 -999.0\n", "The grid has no active cells"},
   };
   for (const BadFile& c : cases) {
-    EXPECT_EXIT(
-        {
-          GridRun it(test::telescoping_cards(), true);
-          it.folder.write("grid.tel", c.text);
-          READ_GRID_MESH(it.run);
-        },
-        testing::ExitedWithCode(0), c.message)
-        << c.text;
+    GridRun it(test::telescoping_cards(), true);
+    it.folder.write("grid.tel", c.text);
+    EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0), c.message) << c.text;
   }
 }
 
@@ -395,18 +382,18 @@ TEST(GridMesh, BadTelescopingFileStopsWithItsLine) {
 // a message or go on, but never crash.
 TEST(GridMesh, NeighboursAtRandomDoNotCrash) {
   for (unsigned seed = 1; seed <= 30; ++seed) {
+    std::mt19937 random(seed);
+    std::string text = "title\n0 0 0 9\n";
+    for (int n = 1; n <= 9; ++n) {
+      text += std::to_string(n) + " " + std::to_string(10 * (n % 3)) + " " +
+              std::to_string(10 * (n / 3)) + " 10 10";
+      for (int k = 0; k < 8; ++k) text += " " + std::to_string(random() % 10);
+      text += " 3\n";
+    }
+    GridRun it(test::telescoping_cards(), true);
+    it.folder.write("grid.tel", text);
     EXPECT_EXIT(
         {
-          std::mt19937 random(seed);
-          std::string text = "title\n0 0 0 9\n";
-          for (int n = 1; n <= 9; ++n) {
-            text += std::to_string(n) + " " + std::to_string(10 * (n % 3)) + " " +
-                    std::to_string(10 * (n / 3)) + " 10 10";
-            for (int k = 0; k < 8; ++k) text += " " + std::to_string(random() % 10);
-            text += " 3\n";
-          }
-          GridRun it(test::telescoping_cards(), true);
-          it.folder.write("grid.tel", text);
           READ_GRID_MESH(it.run);
           std::exit(0);
         },
@@ -422,8 +409,6 @@ struct BadDataset {
 };
 
 TEST(GridMesh, BadGridDatasetsStopTheRun) {
-  const double no_number = std::numeric_limits<double>::quiet_NaN();
-  (void)no_number;
   const BadDataset cases[] = {
       {"too few types", [](test::StructuredGrid& g) { g.types.pop_back(); },
        "HF_READ_PROPERTY_FLOAT.CellTypes. error"},
@@ -461,16 +446,11 @@ TEST(GridMesh, BadGridDatasetsStopTheRun) {
        "The grid has no active cells"},
   };
   for (const BadDataset& c : cases) {
-    EXPECT_EXIT(
-        {
-          GridRun it(test::structured_cards(), true);
-          test::StructuredGrid grid = test::even_grid(3, 2, 10.0, 2.0f);
-          c.spoil(grid);
-          test::write_structured(it.folder.path("grid.h5"), grid);
-          READ_GRID_MESH(it.run);
-        },
-        testing::ExitedWithCode(0), c.message)
-        << c.name;
+    GridRun it(test::structured_cards(), true);
+    test::StructuredGrid grid = test::even_grid(3, 2, 10.0, 2.0f);
+    c.spoil(grid);
+    test::write_structured(it.folder.path("grid.h5"), grid);
+    EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0), c.message) << c.name;
   }
 }
 
@@ -538,14 +518,9 @@ TEST(GridMesh, GridFilesWithoutTheirPartsStopTheRun) {
   };
   int number = 0;
   for (const Case& c : cases) {
-    EXPECT_EXIT(
-        {
-          GridRun it(test::structured_cards(), true);
-          write_by_hand(it.folder.path("grid.h5"), c.fill);
-          READ_GRID_MESH(it.run);
-        },
-        testing::ExitedWithCode(0), c.message)
-        << "case " << number;
+    GridRun it(test::structured_cards(), true);
+    write_by_hand(it.folder.path("grid.h5"), c.fill);
+    EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0), c.message) << "case " << number;
     ++number;
   }
 }
@@ -567,12 +542,13 @@ TEST(GridMesh, DamagedGridFilesStopWithAMessage) {
     damaged.push_back(text);
   }
   for (const std::string& text : damaged) {
+    GridRun it(test::structured_cards(), true);
+    it.folder.write("grid.h5", text);
+    // Bytes that nothing depends on do no harm.
     EXPECT_EXIT(
         {
-          GridRun it(test::structured_cards(), true);
-          it.folder.write("grid.h5", text);
           READ_GRID_MESH(it.run);
-          std::fputs("HF_ whole\n", stderr);  // bytes that nothing depends on
+          std::fputs("HF_ whole\n", stderr);
           std::exit(0);
         },
         testing::ExitedWithCode(0), "HF_|ERROR: ")
