@@ -26,13 +26,13 @@ void refuse_unavailable(const RunState& run) {
   const Refusal refusals[] = {
       {s.propwash_on, "Propeller wash is not available in this version"},
       {s.drawdown_on, "Ship drawdown is not available in this version"},
-      {m.mesh != MeshFormat::adcirc && m.mesh != MeshFormat::unknown,
-       "Meshes other than \"adcirc\" are not available in this version"},
+      {m.mesh == MeshFormat::kfe, "Meshes of the format \"kfe\" are not available in this version"},
+      {m.mesh == MeshFormat::gr3d || m.mesh == MeshFormat::n3d,
+       "Meshes of the formats \"gr3d\" and \"n3d\" are not available in this version"},
       {m.velocity == VelocityMethod::two_point && m.bottom_flow != FlowFormat::adcirc,
        "Bottom flow other than \"adcirc\" is not available in this version"},
-      {m.sediments == SedimentsFormat::hyfs || m.sediments == SedimentsFormat::hyfs_n2d ||
-           m.sediments == SedimentsFormat::n2d,
-       "Sediments from datasets and gridded models are not available in this version"},
+      {m.sediments == SedimentsFormat::hyfs,
+       "Sediments from datasets are not available in this version"},
       {flow_dataset(s), "Flow from datasets is not available in this version"},
       {m.transport == TransportFormula::a_d,
        "Eulerian transport \"a-d\" is not available in this version"},

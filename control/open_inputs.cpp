@@ -6,6 +6,7 @@
 #include "flow/flow_frames.h"
 #include "flow/flow_text.h"
 #include "mesh/adcirc_mesh.h"
+#include "mesh/grid_mesh.h"
 #include "sediment/native_sediments.h"
 #include "waves/wave_setup.h"
 
@@ -30,6 +31,10 @@ void open_mesh(RunState& run) {
   switch (run.settings.method.mesh) {
     case MeshFormat::adcirc:
       READ_ADCIRC_MESH(run);
+      break;
+    case MeshFormat::n2d:
+    case MeshFormat::n2g:
+      READ_GRID_MESH(run);
       break;
     default:
       fatal_error(run.messages, "MESH_FILE type not supported");
@@ -67,6 +72,12 @@ void allocate_map_work(RunState& run) {
 void open_sediments(RunState& run) {
   const SedimentsFormat format = run.settings.method.sediments;
   if (format == SedimentsFormat::adcirc) console(run.messages, "Reading sediment data file...\n");
+  if (format == SedimentsFormat::hyfs_n2d) {
+    console(run.messages, "Reading HYFS sediment data file...\n");
+  }
+  if (format == SedimentsFormat::n2d) {
+    console(run.messages, "Reading RVS-2D sediment data file...\n");
+  }
   if (format == SedimentsFormat::kfe) console(run.messages, "Reading KFE sediment data file...\n");
   READ_NATIVE_SEDIMENTS(run);
 }

@@ -34,9 +34,23 @@ struct GridState {
   Array2<int> CELLnodes;    // columns 1 to 4: lower-left, lower-right, upper-left, upper-right
                             // corner in the axes of the cell; 0 where the cell is inactive
   Array<float> CELLvalues;  // work: one value a cell
+  std::string cellstring_file = "none";
   std::vector<std::string> CELLstrings;  // dataset paths, in the order of their cards
   std::vector<int> CSTRcells;            // cells of all cellstrings, in order
   Array2<std::int16_t> FACEbc;           // "kfe": four face codes of each element
+
+  // The cells around each node with their distances from it, by cell number; made at the first
+  // mapping (mesh/quadtree_map.h). Has to be cleared when the grid changes.
+  struct MapEntry {
+    int cell = 0;
+    float distance = 0.0f;  // mesh units
+  };
+  struct MapTable {
+    std::vector<std::uint32_t> first;  // place of a node's list, nodes from 1; one entry more
+    std::vector<MapEntry> entries;     // the lists one behind the other
+  };
+  std::array<MapTable, 3> maps;  // values at cell centres, I-faces, J-faces
+  bool maps_quadtree = false;    // the tables are those of a telescoping grid
 };
 
 }  // namespace dfl

@@ -1,9 +1,14 @@
 #include "sediment/native_sediments.h"
 
 #include <cmath>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "control/text_reader.h"
+#include "control/text_tools.h"
+#include "dataset/hyfs.h"
+#include "mesh/quadtree_map.h"
 
 namespace dfl {
 
@@ -118,6 +123,137 @@ void read_kfe_text(RunState& run) {
   fill_missing(run.sediment, given);
 }
 
+// ---- gridded models: sizes by cell, in mm, mapped to the nodes ----
+
+struct CellSizes {
+  Array<float> D35, D50, D90;
+};
+
+void map_sizes(RunState& run, const CellSizes& cells) {
+  SedimentState& sediment = run.sediment;
+  const auto map = run.settings.rvs_mesh ? MAP_QUADTREE : MAP_GRID;
+  constexpr int centre = 0;
+  map(run, cells.D35, centre, sediment.D35);
+  map(run, cells.D50, centre, sediment.D50);
+  map(run, cells.D90, centre, sediment.D90);
+}
+
+void convert_nodes(RunState& run) {
+  for (int n = 1; n <= run.mesh.NUMnode; ++n) convert_node(run.messages, run.sediment, n);
+}
+
+// A line for each cell: a number, row J, column I and three sizes.
+void read_grid_text(RunState& run) {
+  const GridState& grid = run.grid;
+  TextReader in(run.messages, run.settings.sediment_file);
+  in.skip_line();
+  CellSizes cells;
+  for (Array<float>* sizes : {&cells.D35, &cells.D50, &cells.D90}) sizes->allocate(grid.NUMcells);
+  Array<char> seen;
+  seen.allocate(grid.NUMcells);
+  for (int k = 1; k <= grid.NUMcells; ++k) {
+    int number = 0, J = 0, I = 0;
+    float d35 = 0.0f, d50 = 0.0f, d90 = 0.0f;
+    if (!in.try_read(number, J, I, d35, d50, d90)) {
+      echo_warning(run.messages, in.path() + ":" + std::to_string(in.line()) + ": " + in.fault());
+      fatal_error(run.messages, "Native sediments file error");
+    }
+    // A telescoping grid has no columns: I alone is the cell.
+    const std::int64_t cell = (std::int64_t{J} - 1) * grid.NumI + I;
+    const bool in_row = I >= 1 && (grid.NumI == 0 || I <= grid.NumI);
+    if (!in_row || cell < 1 || cell > grid.NUMcells) {
+      in.stop("row " + std::to_string(J) + ", column " + std::to_string(I) +
+              " is no cell of the grid");
+    }
+    const int c = static_cast<int>(cell);
+    if (seen(c)) {
+      in.stop("row " + std::to_string(J) + ", column " + std::to_string(I) + " is given twice");
+    }
+    seen(c) = 1;
+    cells.D35(c) = d35;
+    cells.D50(c) = d50;
+    cells.D90(c) = d90;
+  }
+  if (grid.NUMcells >= 1) map_sizes(run, cells);
+  convert_nodes(run);
+}
+
+void require(const RunState& run, int status, const std::string& text) {
+  if (status < 0) REPORT_CODE(run.messages, true, text, status);
+}
+
+void take_values(const RunState& run, const std::vector<float>& values, const std::string& text,
+                 Array<float>& sizes) {
+  if (values.size() != static_cast<std::size_t>(run.grid.NUMcells)) {
+    require(run, hyfs_size_incorrect, text);
+  }
+  sizes.allocate(run.grid.NUMcells);
+  for (int cell = 1; cell <= run.grid.NUMcells; ++cell) {
+    sizes(cell) = values[static_cast<std::size_t>(cell) - 1];
+  }
+}
+
+// The file counts the points of its grid, one a cell, as nodes.
+void read_grid_properties(RunState& run, HyfsHandle file, CellSizes& cells) {
+  const Settings& s = run.settings;
+  std::vector<int> nodes;
+  const char* const nodes_message = "HF_READ_PROPERTY_INT(NUMnode) error";
+  require(run, hfreadpropertyint_f(file, "Nodes", nodes), nodes_message);
+  if (nodes.empty()) require(run, hyfs_no_data, nodes_message);
+  if (nodes.front() != run.grid.NUMcells) {
+    REPORT(run.messages, true, "Number of nodes in sediment file does not match grid");
+  }
+  const char* const message = "HF_READ_PROPERTY_FLOAT(D35) error";
+  const auto read = [&](const std::string& path, Array<float>& sizes) {
+    std::vector<float> values;
+    require(run, hfreadpropertyfloat_f(file, path, values), message);
+    take_values(run, values, message, sizes);
+  };
+  read(s.hyfs_d35_path, cells.D35);
+  read(s.hyfs_d50_path, cells.D50);
+  read(s.hyfs_d90_path, cells.D90);
+}
+
+void read_grid_datasets(RunState& run, HyfsHandle file, CellSizes& cells) {
+  struct Dataset {
+    const std::string& path;
+    const char* name;
+    Array<float>& sizes;
+    HyfsHandle handle;
+  };
+  Dataset datasets[] = {{run.settings.hyfs_d35_path, "(sediments-d35) error", cells.D35, 0},
+                        {run.settings.hyfs_d50_path, "(sediments-d50) error", cells.D50, 0},
+                        {run.settings.hyfs_d90_path, "(sediments-d90) error", cells.D90, 0}};
+  for (Dataset& set : datasets) {
+    require(run, hfopengroup_f(file, set.path, set.handle),
+            std::string("HF_OPEN_GROUP") + set.name);
+  }
+  for (Dataset& set : datasets) {
+    std::vector<float> values;
+    const std::string message = std::string("HF_READ_SCALAR_VALUES_TIMESTEP") + set.name;
+    require(run, hfreadscalarvaluestimestep_f(set.handle, 1, values), message);
+    take_values(run, values, message, set.sizes);
+  }
+  for (Dataset& set : datasets) {
+    require(run, hfclosegroup_f(set.handle), std::string("HF_CLOSE_GROUP") + set.name);
+  }
+}
+
+void read_grid_hyfs(RunState& run) {
+  HyfsHandle file = 0;
+  require(run, hfopenfile_f(found_path(run.settings.sediment_file), true, file),
+          "HF_OPEN_FILE(sediments) error");
+  CellSizes cells;
+  if (run.settings.sediment_hyfs_layout == "property") {
+    read_grid_properties(run, file, cells);
+  } else {
+    read_grid_datasets(run, file, cells);
+  }
+  require(run, hfclosefile_f(file), "HF_CLOSE_FILE(sediments) error");
+  map_sizes(run, cells);
+  convert_nodes(run);
+}
+
 void fill_uniform(RunState& run) {
   const Settings& settings = run.settings;
   SedimentState& sediment = run.sediment;
@@ -149,10 +285,13 @@ void READ_NATIVE_SEDIMENTS(RunState& run) {
       read_node_text(run);
       return;
     case SedimentsFormat::hyfs:
-    case SedimentsFormat::hyfs_n2d:
       fatal_error(run.messages, not_available);
+    case SedimentsFormat::hyfs_n2d:
+      read_grid_hyfs(run);
+      return;
     case SedimentsFormat::n2d:
-      fatal_error(run.messages, not_available + ": it needs a gridded mesh");
+      read_grid_text(run);
+      return;
     case SedimentsFormat::kfe:
       read_kfe_text(run);
       return;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "dataset/hyfs.h"
 #include "sediment/bed_run.h"
 
 namespace dfl {
@@ -84,6 +85,150 @@ TEST(NativeSediments, UniformSizesAreNotChecked) {
   }
 }
 
+// Two by one cells with six nodes: the two nodes between the cells have both, the others one.
+void two_cells(RunState& run, const TemporaryFolder& folder, SedimentsFormat format) {
+  std::vector<test::TestNode> nodes;
+  std::vector<test::TestElement> elements;
+  test::rectangle_mesh(2, 1, 10.0, 2.0f, nodes, elements);
+  test::set_mesh(run, nodes, elements);
+  test::quiet(run, folder.path("run"), true);
+  GridState& grid = run.grid;
+  grid.NumI = grid.NUMcells = 2;
+  grid.NumJ = 1;
+  grid.CELLS.allocate(2);
+  grid.CELLnodes.allocate(2, 1, 4);
+  for (int cell : {1, 2}) {
+    grid.CELLS(cell).X = 10.0 * cell - 5.0;
+    grid.CELLS(cell).Y = 5.0;
+    grid.CELLS(cell).DX = grid.CELLS(cell).DY = 10.0;
+    const int corners[] = {cell, cell + 1, cell + 3, cell + 4};
+    for (int k = 1; k <= 4; ++k) grid.CELLnodes(cell, k) = corners[k - 1];
+  }
+  run.settings.method.sediments = format;
+  run.settings.hyfs_d35_path = "Datasets/D35";
+  run.settings.hyfs_d50_path = "Datasets/D50";
+  run.settings.hyfs_d90_path = "Datasets/D90";
+  run.settings.sediment_file = folder.path("bed.sed");
+}
+
+// Cell 1 holds 0.1, 0.2, 0.3 mm, cell 2 0.3, 0.4, `d90` mm.
+void expect_two_cells(const RunState& run, float d90) {
+  const SedimentState& bed = run.sediment;
+  for (int n : {1, 4}) EXPECT_FLOAT_EQ(bed.D50(n), 0.0002f) << n;
+  for (int n : {2, 5}) EXPECT_FLOAT_EQ(bed.D35(n), 0.0002f) << n;
+  for (int n : {3, 6}) {
+    const bool mobile = d90 > 0.0f;
+    EXPECT_EQ(is_true(bed.BEDmobile(n)), mobile);
+    EXPECT_FLOAT_EQ(bed.D35(n), mobile ? 0.0003f : d90 / -3000.0f) << n;
+    EXPECT_FLOAT_EQ(bed.D90(n), mobile ? d90 / 1000.0f : d90 / -3000.0f) << n;
+  }
+}
+
+TEST(NativeSediments, CellsOfAGridAreMappedToTheNodes) {
+  TemporaryFolder folder;
+  RunState run;
+  two_cells(run, folder, SedimentsFormat::n2d);
+  folder.write("bed.sed", "title\n7 1 2 0.3 0.4 0.5\n9 1 1 0.1 0.2 0.3\n");
+  READ_NATIVE_SEDIMENTS(run);
+  expect_two_cells(run, 0.5f);
+  folder.write("bed.sed", "title\n1 1 1 0.1 0.2 0.3\n2 1 2 0.3 0.4 -0.6\n");
+  READ_NATIVE_SEDIMENTS(run);
+  expect_two_cells(run, -0.6f);
+}
+
+// A dataset file of the sizes, as properties or as datasets.
+void write_sizes(const std::string& path, bool properties, int nodes, std::size_t cells) {
+  HyfsFileInfo info;
+  info.start_date = "2000-01-01 00:00:00";
+  HyfsHandle file = 0;
+  ASSERT_GE(hfpinitialize_f(), 0);
+  ASSERT_GE(hfcreatefile_f(path, true, info, file), 0);
+  const std::pair<const char*, std::vector<float>> sets[] = {{"Datasets/D35", {0.1f, 0.3f, 1.0f}},
+                                                             {"Datasets/D50", {0.2f, 0.4f, 1.0f}},
+                                                             {"Datasets/D90", {0.3f, 0.5f, 1.0f}}};
+  if (nodes >= 0) {
+    ASSERT_GE(hfwritepropertyint_f(file, "Nodes", {nodes}), 0);
+  }
+  for (const auto& [name, all] : sets) {
+    const std::vector<float> values(all.begin(), all.begin() + static_cast<int>(cells));
+    if (properties) {
+      ASSERT_GE(hfwritepropertyfloat_f(file, name, values), 0);
+    } else {
+      HyfsHandle set = 0;
+      ASSERT_GE(hfcreatescalardataset_f(file, name, {}, set), 0);
+      ASSERT_GE(hfwritescalartimestep_f(set, 0.0, values.data(), static_cast<int>(cells)), 0);
+    }
+  }
+  ASSERT_GE(hfclosefile_f(file), 0);
+}
+
+TEST(NativeSediments, DatasetsAndPropertiesOfAGridAreMappedToTheNodes) {
+  for (const bool properties : {true, false}) {
+    for (const bool quadtree : {false, true}) {
+      TemporaryFolder folder;
+      RunState run;
+      two_cells(run, folder, SedimentsFormat::hyfs_n2d);
+      run.settings.sediment_hyfs_layout = properties ? "property" : "dataset";
+      run.settings.rvs_mesh = quadtree;
+      write_sizes(run.settings.sediment_file, properties, 2, 2);
+      READ_NATIVE_SEDIMENTS(run);
+      expect_two_cells(run, 0.5f);
+    }
+  }
+}
+
+TEST(NativeSedimentsDeathTest, BadGridFilesStop) {
+  const std::pair<const char*, const char*> texts[] = {
+      {"", "expected a line"},
+      {"t\n1 1 1 0.1 0.2 0.3\n", "ERROR: Native sediments file error"},
+      {"t\n1 1 1 0.1 0.2 0.3\n2 1 2 0.1 x 0.3\n", "ERROR: Native sediments file error"},
+      {"t\n1 1 1 0.1 0.2 0.3\n2 2 1 0.1 0.2 0.3\n", "bed.sed:3: row 2, column 1 is no cell"},
+      {"t\n1 1 3 0.1 0.2 0.3\n2 1 1 0.1 0.2 0.3\n", "bed.sed:2: row 1, column 3 is no cell"},
+      {"t\n1 1 0 0.1 0.2 0.3\n2 1 1 0.1 0.2 0.3\n", "bed.sed:2: row 1, column 0 is no cell"},
+      {"t\n1 2000000000 2 1 1 1\n", "is no cell of the grid"},
+      {"t\n1 1 1 0.1 0.2 0.3\n2 1 1 0.1 0.2 0.3\n", "bed.sed:3: row 1, column 1 is given twice"},
+      {"t\n1 1 1 0.1 0.2 0\n2 1 2 0.1 0.2 0.3\n", "Zero grain size for D90 @ N=     1"},
+  };
+  for (const auto& [text, message] : texts) {
+    TemporaryFolder folder;
+    RunState run;
+    two_cells(run, folder, SedimentsFormat::n2d);
+    folder.write("bed.sed", text);
+    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), message) << text;
+  }
+  struct Case {
+    bool written_as_properties, read_as_properties;
+    int nodes;
+    std::size_t cells;
+    const char* message;
+  };
+  const Case cases[] = {
+      {true, true, -1, 2, "HF_READ_PROPERTY_INT\\(NUMnode\\) error"},
+      {true, true, 3, 2, "Number of nodes in sediment file does not match grid"},
+      {true, true, 2, 1, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
+      {true, true, 2, 3, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
+      {false, false, 2, 1, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
+      {false, false, 2, 3, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
+  };
+  for (const Case& c : cases) {
+    TemporaryFolder folder;
+    RunState run;
+    two_cells(run, folder, SedimentsFormat::hyfs_n2d);
+    run.settings.sediment_hyfs_layout = c.read_as_properties ? "property" : "dataset";
+    write_sizes(run.settings.sediment_file, c.written_as_properties, c.nodes, c.cells);
+    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
+  }
+  // The third of the paths is wrong.
+  TemporaryFolder folder;
+  RunState run;
+  two_cells(run, folder, SedimentsFormat::hyfs_n2d);
+  run.settings.sediment_hyfs_layout = "dataset";
+  run.settings.hyfs_d90_path = "Datasets/Other";
+  write_sizes(run.settings.sediment_file, false, 2, 2);
+  EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0),
+              "HF_OPEN_GROUP\\(sediments-d90\\) error");
+}
+
 TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
   struct Case {
     SedimentsFormat format;
@@ -112,7 +257,9 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
       {SedimentsFormat::kfe, "t\n2000000000\n1 1 1 1\n",
        "bed.sed:3: expected an integer, found the end of the file"},
       {SedimentsFormat::kfe, "t\n0\n", "expected a number of records of 1 or more, found 0"},
-      {SedimentsFormat::n2d, "t\n", "not available in this version: it needs a gridded mesh"},
+      // Without a grid no cell is read and the sizes stay 0.
+      {SedimentsFormat::n2d, "t\n", "\\*\\*\\* Zero grain size for D35 @ N=     1"},
+      {SedimentsFormat::hyfs_n2d, "t\n", "HF_OPEN_FILE\\(sediments\\) error"},
       {SedimentsFormat::hyfs, "t\n", "not available in this version"},
       {SedimentsFormat::unknown, "t\n", "Sediments file type not available"},
   };
