@@ -4,6 +4,8 @@
 #include <string>
 
 #include "control/text_reader.h"
+#include "dataset/hyfs.h"
+#include "mesh/quadtree_map.h"
 
 namespace dfl {
 
@@ -118,6 +120,160 @@ void read_kfe_text(RunState& run) {
   fill_missing(run.sediment, given);
 }
 
+// ---- one value a cell of a gridded model ----
+
+// Cells to nodes. A node without a wet cell around it gets -999, as everywhere.
+void map_sizes(RunState& run, const Array<float>& cells, Array<float>& nodes) {
+  constexpr int centre = 0;
+  if (run.settings.rvs_mesh) {
+    MAP_QUADTREE(run, cells, centre, nodes);
+  } else {
+    MAP_GRID(run, cells, centre, nodes);
+  }
+}
+
+void require_grid(const RunState& run) {
+  if (run.grid.NUMcells > 0) return;
+  fatal_error(run.messages,
+              "sediments_format \"" + run.settings.sediments_format + "\" needs a gridded mesh");
+}
+
+void convert_nodes(RunState& run) {
+  for (int n = 1; n <= run.mesh.NUMnode; ++n) convert_node(run.messages, run.sediment, n);
+}
+
+void read_grid_text(RunState& run) {
+  require_grid(run);
+  TextReader in(run.messages, run.settings.sediment_file);
+  in.skip_line();
+  const GridState& grid = run.grid;
+  const int cells = grid.NUMcells;
+  Array<float> d35, d50, d90;
+  for (Array<float>* sizes : {&d35, &d50, &d90}) sizes->allocate(cells);
+  for (int k = 1; k <= cells; ++k) {
+    Ignored number;
+    int row = 0, column = 0;
+    float size35 = 0.0f, size50 = 0.0f, size90 = 0.0f;
+    if (!in.try_read(number, row, column, size35, size50, size90)) {
+      console(run.messages, "\n%s", in.fault().c_str());
+      echo(run.messages, "%s\n", in.fault().c_str());
+      REPORT(run.messages, true, "Native sediments file error");
+    }
+    const std::int64_t cell = (static_cast<std::int64_t>(row) - 1) * grid.NumI + column;
+    if (column < 1 || column > grid.NumI || cell < 1 || cell > cells) {
+      in.stop("expected row and column of one of " + std::to_string(cells) + " cells, found " +
+              std::to_string(row) + " and " + std::to_string(column));
+    }
+    const int c = static_cast<int>(cell);
+    d35(c) = size35;
+    d50(c) = size50;
+    d90(c) = size90;
+  }
+  map_sizes(run, d35, run.sediment.D35);
+  map_sizes(run, d50, run.sediment.D50);
+  map_sizes(run, d90, run.sediment.D90);
+  convert_nodes(run);
+}
+
+// ---- datasets and properties ----
+
+// One of the three sizes: where it goes and where it stands in the file.
+struct SizeSource {
+  Array<float>& sizes;
+  const std::string& path;
+  const char* name;
+};
+
+void check_sediment_status(const RunState& run, int status, const std::string& text,
+                           const std::string& path) {
+  if (status >= 0) return;
+  const std::string& file = run.settings.sediment_file;
+  console(run.messages, "\nHYFS file \"%s\"  %s:", file.c_str(), path.c_str());
+  echo(run.messages, "HYFS file \"%s\"  %s: %s\n", file.c_str(), path.c_str(), text.c_str());
+  REPORT_CODE(run.messages, true, text, status);
+}
+
+// Values of a mesh node each, or with `mapped` of a grid cell each, into the sizes.
+void take_values(RunState& run, const SizeSource& source, const std::vector<float>& values,
+                 bool mapped) {
+  Array<float> cells;
+  Array<float>& to = mapped ? cells : source.sizes;
+  to.allocate(static_cast<int>(values.size()));
+  for (int i = 1; i <= to.size(); ++i) {
+    to(i) = values[static_cast<std::size_t>(i) - 1];
+    if (mapped || (std::isfinite(to(i)) && to(i) > dry_mark)) continue;
+    fatal_error(run.messages, run.settings.sediment_file + ": \"" + source.path +
+                                  "\" has no grain size at node " + std::to_string(i));
+  }
+  if (mapped) map_sizes(run, cells, source.sizes);
+}
+
+void read_size_property(RunState& run, HyfsHandle file, const SizeSource& source, int count,
+                        bool mapped) {
+  std::vector<float> values;
+  int status = hfreadpropertyfloat_f(file, source.path, values);
+  if (status >= 0 && static_cast<int>(values.size()) != count) status = hyfs_size_incorrect;
+  // The same words for all three.
+  check_sediment_status(run, status, "HF_READ_PROPERTY_FLOAT(D35) error", source.path);
+  take_values(run, source, values, mapped);
+}
+
+void check_property_count(RunState& run, HyfsHandle file, int count) {
+  std::vector<int> nodes;
+  int status = hfreadpropertyint_f(file, "Nodes", nodes);
+  if (status >= 0 && nodes.empty()) status = hyfs_no_data;
+  check_sediment_status(run, status, "HF_READ_PROPERTY_INT(NUMnode) error", "Nodes");
+  if (nodes[0] != count) {
+    REPORT(run.messages, true, "Number of nodes in sediment file does not match grid");
+  }
+}
+
+void read_size_datasets(RunState& run, HyfsHandle file, const SizeSource (&sources)[3], int count,
+                        bool mapped) {
+  const auto text = [](const char* operation, const SizeSource& source) {
+    return std::string(operation) + "(sediments-" + source.name + ") error";
+  };
+  HyfsHandle groups[3] = {};
+  for (std::size_t k = 0; k < 3; ++k) {
+    check_sediment_status(run, hfopengroup_f(file, sources[k].path, groups[k]),
+                          text("HF_OPEN_GROUP", sources[k]), sources[k].path);
+  }
+  for (std::size_t k = 0; k < 3; ++k) {
+    std::vector<float> values;
+    int status = hfreadscalarvaluestimestep_f(groups[k], 1, values);
+    if (status >= 0 && static_cast<int>(values.size()) != count) status = hyfs_size_incorrect;
+    check_sediment_status(run, status, text("HF_READ_SCALAR_VALUES_TIMESTEP", sources[k]),
+                          sources[k].path);
+    take_values(run, sources[k], values, mapped);
+  }
+  for (std::size_t k = 0; k < 3; ++k) {
+    check_sediment_status(run, hfclosegroup_f(groups[k]), text("HF_CLOSE_GROUP", sources[k]),
+                          sources[k].path);
+  }
+}
+
+void read_hyfs(RunState& run, bool mapped) {
+  const Settings& s = run.settings;
+  if (mapped) require_grid(run);
+  const SizeSource sources[3] = {{run.sediment.D35, s.hyfs_d35_path, "d35"},
+                                 {run.sediment.D50, s.hyfs_d50_path, "d50"},
+                                 {run.sediment.D90, s.hyfs_d90_path, "d90"}};
+  const int count = mapped ? run.grid.NUMcells : run.mesh.NUMnode;
+  HyfsHandle file = -1;
+  check_sediment_status(run, hfopenfile_f(s.sediment_file, true, file),
+                        "HF_OPEN_FILE(sediments) error", "");
+  if (s.sediment_hyfs_layout == "property") {
+    check_property_count(run, file, count);
+    for (const SizeSource& source : sources) {
+      read_size_property(run, file, source, count, mapped);
+    }
+  } else {
+    read_size_datasets(run, file, sources, count, mapped);
+  }
+  check_sediment_status(run, hfclosefile_f(file), "HF_CLOSE_FILE(sediments) error", "");
+  convert_nodes(run);
+}
+
 void fill_uniform(RunState& run) {
   const Settings& settings = run.settings;
   SedimentState& sediment = run.sediment;
@@ -142,17 +298,19 @@ void READ_NATIVE_SEDIMENTS(RunState& run) {
   sediment.BEDmobile.allocate(run.mesh.NUMnode);
   sediment.UNIFORMbed = false;
 
-  const std::string not_available =
-      "sediments_format \"" + run.settings.sediments_format + "\" is not available in this version";
   switch (run.settings.method.sediments) {
     case SedimentsFormat::adcirc:
       read_node_text(run);
       return;
     case SedimentsFormat::hyfs:
+      read_hyfs(run, false);
+      return;
     case SedimentsFormat::hyfs_n2d:
-      fatal_error(run.messages, not_available);
+      read_hyfs(run, true);
+      return;
     case SedimentsFormat::n2d:
-      fatal_error(run.messages, not_available + ": it needs a gridded mesh");
+      read_grid_text(run);
+      return;
     case SedimentsFormat::kfe:
       read_kfe_text(run);
       return;
