@@ -7,6 +7,7 @@
 #include "flow/flow_frames.h"
 #include "flow/flow_text.h"
 #include "mesh/adcirc_mesh.h"
+#include "mesh/grid_mesh.h"
 #include "sediment/native_sediments.h"
 #include "waves/wave_setup.h"
 
@@ -31,6 +32,10 @@ void open_mesh(RunState& run) {
   switch (run.settings.method.mesh) {
     case MeshFormat::adcirc:
       READ_ADCIRC_MESH(run);
+      break;
+    case MeshFormat::n2d:
+    case MeshFormat::n2g:
+      READ_GRID_MESH(run);
       break;
     default:
       fatal_error(run.messages, "MESH_FILE type not supported");

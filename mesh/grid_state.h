@@ -34,6 +34,7 @@ struct GridState {
   Array2<int> CELLnodes;    // columns 1 to 4: lower-left, lower-right, upper-left, upper-right
                             // corner in the axes of the cell; 0 where the cell is inactive
   Array<float> CELLvalues;  // work: one value a cell
+  std::string cellstring_file = "none";
   std::vector<std::string> CELLstrings;  // dataset paths, in the order of their cards
   std::vector<int> CSTRcells;            // cells of all cellstrings, in order
   Array2<std::int16_t> FACEbc;           // "kfe": four face codes of each element

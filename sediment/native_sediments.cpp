@@ -1,7 +1,9 @@
 #include "sediment/native_sediments.h"
 
 #include <cmath>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "control/text_reader.h"
 #include "dataset/hyfs.h"
@@ -142,36 +144,46 @@ void convert_nodes(RunState& run) {
   for (int n = 1; n <= run.mesh.NUMnode; ++n) convert_node(run.messages, run.sediment, n);
 }
 
+// A line for each cell: a number, row J, column I and three sizes.
 void read_grid_text(RunState& run) {
   require_grid(run);
+  const GridState& grid = run.grid;
   TextReader in(run.messages, run.settings.sediment_file);
   in.skip_line();
-  const GridState& grid = run.grid;
-  const int cells = grid.NUMcells;
-  Array<float> d35, d50, d90;
-  for (Array<float>* sizes : {&d35, &d50, &d90}) sizes->allocate(cells);
-  for (int k = 1; k <= cells; ++k) {
-    Ignored number;
-    int row = 0, column = 0;
-    float size35 = 0.0f, size50 = 0.0f, size90 = 0.0f;
-    if (!in.try_read(number, row, column, size35, size50, size90)) {
-      console(run.messages, "\n%s", in.fault().c_str());
-      echo(run.messages, "%s\n", in.fault().c_str());
-      REPORT(run.messages, true, "Native sediments file error");
+  struct {
+    Array<float> D35, D50, D90;
+  } cells;
+  for (Array<float>* sizes : {&cells.D35, &cells.D50, &cells.D90}) sizes->allocate(grid.NUMcells);
+  Array<char> seen;
+  seen.allocate(grid.NUMcells);
+  for (int k = 1; k <= grid.NUMcells; ++k) {
+    int number = 0, J = 0, I = 0;
+    float d35 = 0.0f, d50 = 0.0f, d90 = 0.0f;
+    if (!in.try_read(number, J, I, d35, d50, d90)) {
+      const std::string fault = in.path() + ":" + std::to_string(in.line()) + ": " + in.fault();
+      console(run.messages, "\n%s", fault.c_str());
+      echo_warning(run.messages, fault);
+      fatal_error(run.messages, "Native sediments file error");
     }
-    const std::int64_t cell = (static_cast<std::int64_t>(row) - 1) * grid.NumI + column;
-    if (column < 1 || column > grid.NumI || cell < 1 || cell > cells) {
-      in.stop("expected row and column of one of " + std::to_string(cells) + " cells, found " +
-              std::to_string(row) + " and " + std::to_string(column));
+    // A telescoping grid has no columns: I alone is the cell.
+    const std::int64_t cell = (std::int64_t{J} - 1) * grid.NumI + I;
+    const bool in_row = I >= 1 && (grid.NumI == 0 || I <= grid.NumI);
+    if (!in_row || cell < 1 || cell > grid.NUMcells) {
+      in.stop("row " + std::to_string(J) + ", column " + std::to_string(I) +
+              " is no cell of the grid");
     }
     const int c = static_cast<int>(cell);
-    d35(c) = size35;
-    d50(c) = size50;
-    d90(c) = size90;
+    if (seen(c)) {
+      in.stop("row " + std::to_string(J) + ", column " + std::to_string(I) + " is given twice");
+    }
+    seen(c) = 1;
+    cells.D35(c) = d35;
+    cells.D50(c) = d50;
+    cells.D90(c) = d90;
   }
-  map_sizes(run, d35, run.sediment.D35);
-  map_sizes(run, d50, run.sediment.D50);
-  map_sizes(run, d90, run.sediment.D90);
+  map_sizes(run, cells.D35, run.sediment.D35);
+  map_sizes(run, cells.D50, run.sediment.D50);
+  map_sizes(run, cells.D90, run.sediment.D90);
   convert_nodes(run);
 }
 

@@ -379,8 +379,8 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
     const char* text;
   };
   const Case cases[] = {
-      {":mesh_format gr3d\n", "Meshes other than \"adcirc\" are not available"},
-      {":sediment_format hyfs\n", "Sediments from datasets and gridded models are not available"},
+      {":mesh_format gr3d\n", "\"gr3d\" and \"n3d\" are not available"},
+      {":sediment_format hyfs\n", "Sediments from datasets are not available"},
       {":currents\n:flow_format hyfs\n", "Flow from datasets is not available"},
       {":eulerian_sed_trans a-d\n", "\"a-d\" is not available"},
       {":propwash_data_file p\n", "Propeller wash is not available"},

@@ -288,10 +288,10 @@ TEST(NativeSedimentsDeathTest, BadGridTextStopsWithItsMessage) {
       {"t\n1 1 1 1 fine 1\n1 1 2 1 1 1\n",
        "bed.sed:2: expected a real number, found \"fine\"(.|\n)*ERROR: Native sediments file "
        "error"},
-      {"t\n1 1 3 1 1 1\n2 1 1 1 1 1\n",
-       "bed.sed:2: expected row and column of one of 2 cells, found 1 and 3"},
-      {"t\n1 2 1 1 1 1\n2 1 1 1 1 1\n", "found 2 and 1"},
-      {"t\n1 0 2 1 1 1\n2 1 1 1 1 1\n", "found 0 and 2"},
+      {"t\n1 1 3 1 1 1\n2 1 1 1 1 1\n", "bed.sed:2: row 1, column 3 is no cell of the grid"},
+      {"t\n1 2 1 1 1 1\n2 1 1 1 1 1\n", "row 2, column 1 is no cell of the grid"},
+      {"t\n1 1 2 1 1 1\n2 1 2 1 1 1\n", "bed.sed:3: row 1, column 2 is given twice"},
+      {"t\n1 0 2 1 1 1\n2 1 1 1 1 1\n", "row 0, column 2 is no cell of the grid"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
