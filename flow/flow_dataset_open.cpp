@@ -251,13 +251,17 @@ void find_elevation(RunState& run, Dataset& elevation) {
   elevation.file_name = s.flow_file_z;
 }
 
-// A path of a "n3d" grid counts from that of the grid; a full path serves, too.
+// A path of a "n3d" grid counts from that of the grid unless it is part of it. Where that leads
+// nowhere a full path is meant, or the part was one by chance.
 void open_below_grid(const RunState& run, Dataset& data) {
   const std::string& grid = run.settings.hyfs_n3d_path;
-  const std::string given = data.path;
-  if (!contains(grid, given)) data.path = grid + "/" + given;
-  if (hfopengroup_f(data.file, data.path, data.set) >= 0) return;
-  if (hfopengroup_f(data.file, given, data.set) < 0) open_group(run, data);
+  const std::string given = data.path, below = grid + "/" + given;
+  const bool part = contains(grid, given);
+  for (const std::string& path : {part ? given : below, part ? below : given}) {
+    if (hfopengroup_f(data.file, path, data.set) >= 0) return;
+  }
+  data.path = part ? given : below;
+  open_group(run, data);
 }
 
 bool has_lattice(const RunState& run) {
