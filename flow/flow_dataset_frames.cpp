@@ -31,9 +31,11 @@ void finish_step(const RunState& run, int status, const Step& step, const std::s
 }
 
 void read_scalar(const RunState& run, const Step& step, std::vector<float>& values) {
+  const FlowDatasets& sets = run.flow.datasets;
+  const bool apart = step.set == sets.Zset && sets.elevation_file >= 0;
   const int status = hfreadscalarvaluestimestep_f(step.set, step.index, values);
-  finish_step(run, status, step, run.settings.flow_file_uv, "HF_READ_SCALAR_VALUES_TIMESTEP",
-              values);
+  finish_step(run, status, step, apart ? run.settings.flow_file_z : run.settings.flow_file_uv,
+              "HF_READ_SCALAR_VALUES_TIMESTEP", values);
 }
 
 void read_vector(const RunState& run, const Step& step, const std::string& file_name,
