@@ -296,6 +296,23 @@ TEST(FlowDatasets, CellWithoutOneComponentGivesNoSpeedAndADryCellADryNode) {
   }
 }
 
+TEST(FlowDatasets, CellsOfATelescopingGridAreMappedFromTheirOwnAxes) {
+  CellRun f(2, 1, 30.0);
+  f.run.settings.rvs_mesh = true;
+  for (int c = 1; c <= 2; ++c) {
+    f.run.grid.CELLS(c).X = 10.0 * c - 5.0;
+    f.run.grid.CELLS(c).Y = 5.0;
+  }
+  f.write({0, 60}, {{1, 3}, {1, 3}}, {{2, 0, 4, 0}, {2, 0, 4, 0}}, "Seconds", "centre", "centre");
+  f.open();
+  FLOW_START(f.run);
+  // Nodes 2 and 5 lie as far from the one as from the other cell.
+  for (const int n : {2, 5}) {
+    EXPECT_NEAR(f.run.flow.ETAnew(n), 2.0f, 1.0e-5f);
+    EXPECT_NEAR(f.run.flow.Vnew(n, 0), -1.5f, 1.0e-5f);
+  }
+}
+
 TEST(FlowDatasets, UnitWordAndReferenceOfCells) {
   struct Case {
     const char* units;
@@ -550,6 +567,26 @@ TEST(FlowDatasets, LevelsMoveOnWithTheFrames) {
     EXPECT_FLOAT_EQ(f.run.flow.Wnode(4, 1), c.value);
     EXPECT_FLOAT_EQ(f.run.flow.SALnode(4, 1), c.value);
   }
+}
+
+TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
+  LatticeRun f(FlowFormat::n3d, 2, 2, 1);
+  f.run.settings.hyfs_v_path = "grid/v";  // a full path
+  f.console_to_file();
+  {
+    DatasetFile file(f.folder.path("flow.h5"));
+    const auto one = [](int, int, int) { return 1.0f; };
+    for (const char* path : {"grid/z", "grid/u", "grid/w", "grid/s"}) {
+      f.write(file, path, one, 2, {0, 60, 120, 240});
+    }
+    f.write(file, "grid/v", one, 2, {0, 60, 121, 240});
+  }
+  f.open();
+  const std::string console = f.console_text();
+  EXPECT_NE(console.find("\"grid/z\": step 4 does not follow at the interval"), std::string::npos);
+  EXPECT_NE(console.find("\"grid/v\": the time of step 3 is not that of the elevation"),
+            std::string::npos);
+  EXPECT_EQ(console.find("\"grid/u\""), std::string::npos);
 }
 
 // ---------------------------------------------------------------- bottom flow
