@@ -134,19 +134,12 @@ void map_sizes(RunState& run, const Array<float>& cells, Array<float>& nodes) {
   }
 }
 
-void require_grid(const RunState& run) {
-  if (run.grid.NUMcells > 0) return;
-  fatal_error(run.messages,
-              "sediments_format \"" + run.settings.sediments_format + "\" needs a gridded mesh");
-}
-
 void convert_nodes(RunState& run) {
   for (int n = 1; n <= run.mesh.NUMnode; ++n) convert_node(run.messages, run.sediment, n);
 }
 
 // A line for each cell: a number, row J, column I and three sizes.
 void read_grid_text(RunState& run) {
-  require_grid(run);
   const GridState& grid = run.grid;
   TextReader in(run.messages, run.settings.sediment_file);
   in.skip_line();
@@ -181,9 +174,11 @@ void read_grid_text(RunState& run) {
     cells.D50(c) = d50;
     cells.D90(c) = d90;
   }
-  map_sizes(run, cells.D35, run.sediment.D35);
-  map_sizes(run, cells.D50, run.sediment.D50);
-  map_sizes(run, cells.D90, run.sediment.D90);
+  if (grid.NUMcells >= 1) {
+    map_sizes(run, cells.D35, run.sediment.D35);
+    map_sizes(run, cells.D50, run.sediment.D50);
+    map_sizes(run, cells.D90, run.sediment.D90);
+  }
   convert_nodes(run);
 }
 
@@ -266,7 +261,6 @@ void read_size_datasets(RunState& run, HyfsHandle file, const SizeSource (&sourc
 
 void read_hyfs(RunState& run, bool mapped) {
   const Settings& s = run.settings;
-  if (mapped) require_grid(run);
   const SizeSource sources[3] = {{run.sediment.D35, s.hyfs_d35_path, "d35"},
                                  {run.sediment.D50, s.hyfs_d50_path, "d50"},
                                  {run.sediment.D90, s.hyfs_d90_path, "d90"}};

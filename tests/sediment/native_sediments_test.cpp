@@ -90,6 +90,150 @@ TEST(NativeSediments, UniformSizesAreNotChecked) {
   }
 }
 
+// Two by one cells with six nodes: the two nodes between the cells have both, the others one.
+void two_cells(RunState& run, const TemporaryFolder& folder, SedimentsFormat format) {
+  std::vector<test::TestNode> nodes;
+  std::vector<test::TestElement> elements;
+  test::rectangle_mesh(2, 1, 10.0, 2.0f, nodes, elements);
+  test::set_mesh(run, nodes, elements);
+  test::quiet(run, folder.path("run"), true);
+  GridState& grid = run.grid;
+  grid.NumI = grid.NUMcells = 2;
+  grid.NumJ = 1;
+  grid.CELLS.allocate(2);
+  grid.CELLnodes.allocate(2, 1, 4);
+  for (int cell : {1, 2}) {
+    grid.CELLS(cell).X = 10.0 * cell - 5.0;
+    grid.CELLS(cell).Y = 5.0;
+    grid.CELLS(cell).DX = grid.CELLS(cell).DY = 10.0;
+    const int corners[] = {cell, cell + 1, cell + 3, cell + 4};
+    for (int k = 1; k <= 4; ++k) grid.CELLnodes(cell, k) = corners[k - 1];
+  }
+  run.settings.method.sediments = format;
+  run.settings.hyfs_d35_path = "Datasets/D35";
+  run.settings.hyfs_d50_path = "Datasets/D50";
+  run.settings.hyfs_d90_path = "Datasets/D90";
+  run.settings.sediment_file = folder.path("bed.sed");
+}
+
+// Cell 1 holds 0.1, 0.2, 0.3 mm, cell 2 0.3, 0.4, `d90` mm.
+void expect_two_cells(const RunState& run, float d90) {
+  const SedimentState& bed = run.sediment;
+  for (int n : {1, 4}) EXPECT_FLOAT_EQ(bed.D50(n), 0.0002f) << n;
+  for (int n : {2, 5}) EXPECT_FLOAT_EQ(bed.D35(n), 0.0002f) << n;
+  for (int n : {3, 6}) {
+    const bool mobile = d90 > 0.0f;
+    EXPECT_EQ(is_true(bed.BEDmobile(n)), mobile);
+    EXPECT_FLOAT_EQ(bed.D35(n), mobile ? 0.0003f : d90 / -3000.0f) << n;
+    EXPECT_FLOAT_EQ(bed.D90(n), mobile ? d90 / 1000.0f : d90 / -3000.0f) << n;
+  }
+}
+
+TEST(NativeSediments, CellsOfAGridAreMappedToTheNodes) {
+  TemporaryFolder folder;
+  RunState run;
+  two_cells(run, folder, SedimentsFormat::n2d);
+  folder.write("bed.sed", "title\n7 1 2 0.3 0.4 0.5\n9 1 1 0.1 0.2 0.3\n");
+  READ_NATIVE_SEDIMENTS(run);
+  expect_two_cells(run, 0.5f);
+  folder.write("bed.sed", "title\n1 1 1 0.1 0.2 0.3\n2 1 2 0.3 0.4 -0.6\n");
+  READ_NATIVE_SEDIMENTS(run);
+  expect_two_cells(run, -0.6f);
+}
+
+// A dataset file of the sizes, as properties or as datasets.
+void write_sizes(const std::string& path, bool properties, int nodes, std::size_t cells) {
+  HyfsFileInfo info;
+  info.start_date = "2000-01-01 00:00:00";
+  HyfsHandle file = 0;
+  ASSERT_GE(hfpinitialize_f(), 0);
+  ASSERT_GE(hfcreatefile_f(path, true, info, file), 0);
+  const std::pair<const char*, std::vector<float>> sets[] = {{"Datasets/D35", {0.1f, 0.3f, 1.0f}},
+                                                             {"Datasets/D50", {0.2f, 0.4f, 1.0f}},
+                                                             {"Datasets/D90", {0.3f, 0.5f, 1.0f}}};
+  if (nodes >= 0) {
+    ASSERT_GE(hfwritepropertyint_f(file, "Nodes", {nodes}), 0);
+  }
+  for (const auto& [name, all] : sets) {
+    const std::vector<float> values(all.begin(), all.begin() + static_cast<int>(cells));
+    if (properties) {
+      ASSERT_GE(hfwritepropertyfloat_f(file, name, values), 0);
+    } else {
+      HyfsHandle set = 0;
+      ASSERT_GE(hfcreatescalardataset_f(file, name, {}, set), 0);
+      ASSERT_GE(hfwritescalartimestep_f(set, 0.0, values.data(), static_cast<int>(cells)), 0);
+    }
+  }
+  ASSERT_GE(hfclosefile_f(file), 0);
+}
+
+TEST(NativeSediments, DatasetsAndPropertiesOfAGridAreMappedToTheNodes) {
+  for (const bool properties : {true, false}) {
+    for (const bool quadtree : {false, true}) {
+      TemporaryFolder folder;
+      RunState run;
+      two_cells(run, folder, SedimentsFormat::hyfs_n2d);
+      run.settings.sediment_hyfs_layout = properties ? "property" : "dataset";
+      run.settings.rvs_mesh = quadtree;
+      write_sizes(run.settings.sediment_file, properties, 2, 2);
+      READ_NATIVE_SEDIMENTS(run);
+      expect_two_cells(run, 0.5f);
+    }
+  }
+}
+
+TEST(NativeSedimentsDeathTest, BadGridFilesStop) {
+  const std::pair<const char*, const char*> texts[] = {
+      {"", "expected a line"},
+      {"t\n1 1 1 0.1 0.2 0.3\n", "ERROR: Native sediments file error"},
+      {"t\n1 1 1 0.1 0.2 0.3\n2 1 2 0.1 x 0.3\n", "ERROR: Native sediments file error"},
+      {"t\n1 1 1 0.1 0.2 0.3\n2 2 1 0.1 0.2 0.3\n", "bed.sed:3: row 2, column 1 is no cell"},
+      {"t\n1 1 3 0.1 0.2 0.3\n2 1 1 0.1 0.2 0.3\n", "bed.sed:2: row 1, column 3 is no cell"},
+      {"t\n1 1 0 0.1 0.2 0.3\n2 1 1 0.1 0.2 0.3\n", "bed.sed:2: row 1, column 0 is no cell"},
+      {"t\n1 2000000000 2 1 1 1\n", "is no cell of the grid"},
+      {"t\n1 1 1 0.1 0.2 0.3\n2 1 1 0.1 0.2 0.3\n", "bed.sed:3: row 1, column 1 is given twice"},
+      {"t\n1 1 1 0.1 0.2 0\n2 1 2 0.1 0.2 0.3\n", "Zero grain size for D90 @ N=     1"},
+  };
+  for (const auto& [text, message] : texts) {
+    TemporaryFolder folder;
+    RunState run;
+    two_cells(run, folder, SedimentsFormat::n2d);
+    folder.write("bed.sed", text);
+    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), message) << text;
+  }
+  struct Case {
+    bool written_as_properties, read_as_properties;
+    int nodes;
+    std::size_t cells;
+    const char* message;
+  };
+  const Case cases[] = {
+      {true, true, -1, 2, "HF_READ_PROPERTY_INT\\(NUMnode\\) error"},
+      {true, true, 3, 2, "Number of nodes in sediment file does not match grid"},
+      {true, true, 2, 1, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
+      {true, true, 2, 3, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
+      {false, false, 2, 1, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
+      {false, false, 2, 3, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
+  };
+  for (const Case& c : cases) {
+    TemporaryFolder folder;
+    RunState run;
+    two_cells(run, folder, SedimentsFormat::hyfs_n2d);
+    run.settings.sediment_hyfs_layout = c.read_as_properties ? "property" : "dataset";
+    write_sizes(run.settings.sediment_file, c.written_as_properties, c.nodes, c.cells);
+    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
+  }
+  // The third of the paths is wrong.
+  TemporaryFolder folder;
+  RunState run;
+  two_cells(run, folder, SedimentsFormat::hyfs_n2d);
+  run.settings.sediment_hyfs_layout = "dataset";
+  run.settings.hyfs_d90_path = "Datasets/Other";
+  write_sizes(run.settings.sediment_file, false, 2, 2);
+  EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0),
+              "HF_OPEN_GROUP\\(sediments-d90\\) error");
+}
+
 TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
   struct Case {
     SedimentsFormat format;
@@ -118,8 +262,9 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
       {SedimentsFormat::kfe, "t\n2000000000\n1 1 1 1\n",
        "bed.sed:3: expected an integer, found the end of the file"},
       {SedimentsFormat::kfe, "t\n0\n", "expected a number of records of 1 or more, found 0"},
-      {SedimentsFormat::n2d, "t\n", "sediments_format \"kfe\" needs a gridded mesh"},
-      {SedimentsFormat::hyfs_n2d, "t\n", "sediments_format \"kfe\" needs a gridded mesh"},
+      // Without a grid no cell is read and the sizes stay 0.
+      {SedimentsFormat::n2d, "t\n", "\\*\\*\\* Zero grain size for D35 @ N=     1"},
+      {SedimentsFormat::hyfs_n2d, "t\n", "HF_OPEN_FILE\\(sediments\\) error"},
       {SedimentsFormat::hyfs, "t\n",
        "ERROR: HF_OPEN_FILE\\(sediments\\) error\n       ERROR_FILE_NOT_HDF5"},
       {SedimentsFormat::unknown, "t\n", "Sediments file type not available"},
@@ -132,14 +277,14 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
   }
 }
 
-// ---- datasets, properties and gridded models ----
+// ---- datasets and properties at nodes ----
 
 // Three sizes, each a number a node or cell.
 struct Sizes {
   Values d35, d50, d90;
 };
 
-void write_sizes(const std::string& path, bool property, const Sizes& sizes, int nodes) {
+void write_node_sizes(const std::string& path, bool property, const Sizes& sizes, int nodes) {
   DatasetFile file(path);
   if (property) {
     EXPECT_EQ(hfwritepropertyint_f(file.file, "Nodes", {nodes}), 0);
@@ -170,8 +315,9 @@ TEST(NativeSediments, NodeDatasetsAndPropertiesGiveTheSame) {
     TemporaryFolder folder;
     RunState run;
     dataset_run(run, folder, SedimentsFormat::hyfs, property);
-    write_sizes(folder.path("bed.h5"), property,
-                {{0.1f, 0.2f, 0.3f, 0.4f}, {0.2f, 0.3f, 0.4f, 0.5f}, {0.5f, 0.6f, -0.9f, 0.8f}}, 4);
+    write_node_sizes(
+        folder.path("bed.h5"), property,
+        {{0.1f, 0.2f, 0.3f, 0.4f}, {0.2f, 0.3f, 0.4f, 0.5f}, {0.5f, 0.6f, -0.9f, 0.8f}}, 4);
     READ_NATIVE_SEDIMENTS(run);
     EXPECT_FLOAT_EQ(run.sediment.D35(1), 0.0001f);
     EXPECT_FLOAT_EQ(run.sediment.D50(2), 0.0003f);
@@ -179,49 +325,6 @@ TEST(NativeSediments, NodeDatasetsAndPropertiesGiveTheSame) {
     EXPECT_FLOAT_EQ(run.sediment.D50(3), 0.0003f);  // hard bottom of 0.9 mm
     EXPECT_EQ(run.sediment.BEDmobile(3), logical_false);
     EXPECT_EQ(run.sediment.BEDmobile(4), logical_true);
-  }
-}
-
-// Two square cells side by side with four nodes of the left and two of the right one: nodes 2 and 4
-// of sediment_run are shared.
-void two_cells(RunState& run) {
-  GridState& grid = run.grid;
-  grid.NumI = 2;
-  grid.NumJ = 1;
-  grid.NUMcells = 2;
-  grid.CELLS.allocate(2);
-  grid.CELLnodes.allocate(2, 1, 4);
-  for (int c = 1; c <= 2; ++c) {
-    grid.CELLS(c).DX = grid.CELLS(c).DY = 10.0;
-    grid.CELLS(c).X = 10.0 * c - 5.0;
-    grid.CELLS(c).Y = 5.0;
-  }
-  for (int k = 1; k <= 4; ++k) grid.CELLnodes(1, k) = k;
-  grid.CELLnodes(2, 1) = 2;
-  grid.CELLnodes(2, 3) = 4;
-}
-
-TEST(NativeSediments, SizesOfCellsComeToTheNodes) {
-  for (const SedimentsFormat format : {SedimentsFormat::hyfs_n2d, SedimentsFormat::n2d}) {
-    for (const bool property : {true, false}) {
-      TemporaryFolder folder;
-      RunState run;
-      dataset_run(run, folder, format, property);
-      two_cells(run);
-      if (format == SedimentsFormat::n2d) {
-        run.settings.sediment_file =
-            folder.write("bed.sed", "t\n1 1 2 0.3 0.4 0.7\n2, 1, 1, 0.1 0.2 0.5\n");
-      } else {
-        write_sizes(folder.path("bed.h5"), property, {{0.1f, 0.3f}, {0.2f, 0.4f}, {0.5f, 0.7f}}, 2);
-      }
-      READ_NATIVE_SEDIMENTS(run);
-      for (const int n : {1, 3}) EXPECT_FLOAT_EQ(run.sediment.D50(n), 0.0002f);  // left cell alone
-      for (const int n : {2, 4}) {
-        EXPECT_NEAR(run.sediment.D35(n), 0.0002f, 1.0e-9f);
-        EXPECT_NEAR(run.sediment.D90(n), 0.0006f, 1.0e-9f);
-        EXPECT_EQ(run.sediment.BEDmobile(n), logical_true);
-      }
-    }
   }
 }
 
@@ -235,7 +338,7 @@ TEST(NativeSedimentsDeathTest, BadDatasetsStopWithTheirMessage) {
     const char* message;
   };
   const auto sizes = [](bool property, const Sizes& s, int nodes) {
-    return [=](RunState&, const std::string& path) { write_sizes(path, property, s, nodes); };
+    return [=](RunState&, const std::string& path) { write_node_sizes(path, property, s, nodes); };
   };
   const Case cases[] = {
       {"no file", true, [](RunState&, const std::string&) {},
@@ -248,13 +351,13 @@ TEST(NativeSedimentsDeathTest, BadDatasetsStopWithTheirMessage) {
        "ERROR: HF_READ_PROPERTY_FLOAT\\(D35\\) error\n       ERROR_DATASET_SIZE_INCORRECT"},
       {"no D90", true,
        [&](RunState& run, const std::string& path) {
-         write_sizes(path, true, {good, good, good}, 4);
+         write_node_sizes(path, true, {good, good, good}, 4);
          run.settings.hyfs_d90_path = "D99";
        },
        "ERROR: HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
       {"no D50 group", false,
        [&](RunState& run, const std::string& path) {
-         write_sizes(path, false, {good, good, good}, 4);
+         write_node_sizes(path, false, {good, good, good}, 4);
          run.settings.hyfs_d50_path = "D99";
        },
        "D99(.|\n)*ERROR: HF_OPEN_GROUP\\(sediments-d50\\) error"},
@@ -274,31 +377,6 @@ TEST(NativeSedimentsDeathTest, BadDatasetsStopWithTheirMessage) {
     RunState run;
     dataset_run(run, folder, SedimentsFormat::hyfs, c.property);
     c.write(run, folder.path("bed.h5"));
-    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
-  }
-}
-
-TEST(NativeSedimentsDeathTest, BadGridTextStopsWithItsMessage) {
-  struct Case {
-    const char* text;
-    const char* message;
-  };
-  const Case cases[] = {
-      {"t\n1 1 1 1 1 1\n", "bed.sed:2: expected (.|\n)*ERROR: Native sediments file error"},
-      {"t\n1 1 1 1 fine 1\n1 1 2 1 1 1\n",
-       "bed.sed:2: expected a real number, found \"fine\"(.|\n)*ERROR: Native sediments file "
-       "error"},
-      {"t\n1 1 3 1 1 1\n2 1 1 1 1 1\n", "bed.sed:2: row 1, column 3 is no cell of the grid"},
-      {"t\n1 2 1 1 1 1\n2 1 1 1 1 1\n", "row 2, column 1 is no cell of the grid"},
-      {"t\n1 1 2 1 1 1\n2 1 2 1 1 1\n", "bed.sed:3: row 1, column 2 is given twice"},
-      {"t\n1 0 2 1 1 1\n2 1 1 1 1 1\n", "row 0, column 2 is no cell of the grid"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.text);
-    TemporaryFolder folder;
-    RunState run;
-    sediment_run(run, folder, SedimentsFormat::n2d, c.text);
-    two_cells(run);
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
   }
 }
