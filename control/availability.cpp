@@ -9,15 +9,6 @@ struct Refusal {
   const char* text;
 };
 
-bool flow_dataset(const Settings& s) {
-  if (!s.currents) return false;
-  const FlowFormat flow = s.method.flow;
-  const bool layers =
-      s.method.velocity == VelocityMethod::sigma_3d || s.method.velocity == VelocityMethod::z_3d;
-  if (layers) return flow == FlowFormat::gr3d || flow == FlowFormat::n3d;
-  return flow == FlowFormat::hyfs || flow == FlowFormat::n2d;
-}
-
 }  // namespace
 
 void refuse_unavailable(const RunState& run) {
@@ -29,11 +20,6 @@ void refuse_unavailable(const RunState& run) {
       {m.mesh == MeshFormat::kfe, "Meshes of the format \"kfe\" are not available in this version"},
       {m.mesh == MeshFormat::gr3d || m.mesh == MeshFormat::n3d,
        "Meshes of the formats \"gr3d\" and \"n3d\" are not available in this version"},
-      {m.velocity == VelocityMethod::two_point && m.bottom_flow != FlowFormat::adcirc,
-       "Bottom flow other than \"adcirc\" is not available in this version"},
-      {m.sediments == SedimentsFormat::hyfs,
-       "Sediments from datasets are not available in this version"},
-      {flow_dataset(s), "Flow from datasets is not available in this version"},
       {m.transport == TransportFormula::a_d,
        "Eulerian transport \"a-d\" is not available in this version"},
   };

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "control/text_tools.h"
+#include "flow/flow_datasets.h"
 #include "flow/flow_frames.h"
 #include "flow/flow_text.h"
 #include "mesh/adcirc_mesh.h"
@@ -47,7 +48,6 @@ void set_flow_dimension(RunState& run) {
   FlowState& flow = run.flow;
   // Without currents there is no field to take water properties from.
   flow.UNIFORMden = flow.UNIFORMtem = flow.UNIFORMsal = true;
-  flow.NUMlayers = 0;
   if (contains(method, "2d")) {
     flow.FLOW2D = true;
   } else if (contains(method, "3d")) {
@@ -56,6 +56,8 @@ void set_flow_dimension(RunState& run) {
     fatal_error(run.messages, "*** VELOCITY_METHOD error ***");
   }
   flow.IDEN = flow.FLOW2D ? 0 : run.settings.IDEN;
+  // The mesh of a 3-D model has set its levels.
+  if (flow.FLOW2D || !run.settings.currents) flow.NUMlayers = 0;
 }
 
 void allocate_map_work(RunState& run) {
@@ -72,7 +74,7 @@ void allocate_map_work(RunState& run) {
 void open_sediments(RunState& run) {
   const SedimentsFormat format = run.settings.method.sediments;
   if (format == SedimentsFormat::adcirc) console(run.messages, "Reading sediment data file...\n");
-  if (format == SedimentsFormat::hyfs_n2d) {
+  if (format == SedimentsFormat::hyfs || format == SedimentsFormat::hyfs_n2d) {
     console(run.messages, "Reading HYFS sediment data file...\n");
   }
   if (format == SedimentsFormat::n2d) {
@@ -84,11 +86,19 @@ void open_sediments(RunState& run) {
 
 void open_flow_2d(RunState& run) {
   allocate_flow_arrays(run);
-  if (run.settings.method.flow == FlowFormat::adcirc) {
-    OPEN_FLOW_2D(run);
-  } else {
-    echo_warning(run.messages, "flow_format \"" + run.settings.flow_format +
-                                   "\" names no depth-averaged flow: no flow file is opened");
+  switch (run.settings.method.flow) {
+    case FlowFormat::adcirc:
+      OPEN_FLOW_2D(run);
+      break;
+    case FlowFormat::hyfs:
+      OPEN_FLOW_HYFS(run);
+      break;
+    case FlowFormat::n2d:
+      OPEN_FLOW_N2D(run);
+      break;
+    default:
+      echo_warning(run.messages, "flow_format \"" + run.settings.flow_format +
+                                     "\" names no depth-averaged flow: no flow file is opened");
   }
 }
 
@@ -111,6 +121,14 @@ void open_flow_3d(RunState& run) {
       break;
     case FlowFormat::hyfs:
       fatal_error(run.messages, "*** HYFS format for 3D not available yet ***");
+    case FlowFormat::gr3d:
+      OPEN_FLOW_GR3D(run);
+      run.flow.IDEN = 5;
+      break;
+    case FlowFormat::n3d:
+      OPEN_FLOW_N3D(run);
+      run.flow.IDEN = 6;
+      break;
     case FlowFormat::kfe:
       OPEN_FLOW_KFE(run);
       run.flow.NUMlayers = 1;
@@ -121,6 +139,8 @@ void open_flow_3d(RunState& run) {
   }
   set_scalar_flags(run);
   allocate_flow_arrays(run);
+  if (run.flow.IDEN == 5) OPEN_SCALARS_GR3D(run);
+  if (run.flow.IDEN == 6) OPEN_SCALARS_N3D(run);
 }
 
 void open_flow(RunState& run) {

@@ -1,5 +1,6 @@
 // Opening the bottom flow of "2d (two-point)".
 
+#include "flow/flow_datasets.h"
 #include "flow/flow_text.h"
 #include "flow/flow_text_parts.h"
 
@@ -38,8 +39,7 @@ void OPEN_BOTTOM_FLOW(RunState& run) {
     flow.bottom_file->skip_line();
     flow.bottom_file->read(any, any, any, any, any);
   } else if (run.settings.method.bottom_flow == FlowFormat::hyfs) {
-    fatal_error(run.messages, "BOTTOM_FLOW_FORMAT " + run.settings.bottom_flow_format +
-                                  " not available in this version");
+    OPEN_BOTTOM_DATASET(run);
   } else {
     REPORT(run.messages, true, "*** FLOW_FILE type not supported ***");
   }

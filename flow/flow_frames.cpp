@@ -2,9 +2,11 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "control/run_clock.h"
 #include "control/text_tools.h"
+#include "flow/flow_datasets.h"
 #include "flow/flow_text.h"
 
 namespace dfl {
@@ -51,9 +53,14 @@ FrameSource frame_source(const RunState& run) {
   return FrameSource::nothing;
 }
 
-// Seconds to add to the times in the file. A negative setting means "not given".
+// A negative setting means "not given"; a reference time may lie before the reference year.
+bool start_is_known(const RunState& run) {
+  return run.settings.start_flow >= 0.0 || run.flow.start_from_file;
+}
+
+// Seconds to add to the times in the file.
 double flow_offset(const RunState& run) {
-  return run.settings.start_flow < 0.0 ? 0.0 : run.settings.start_flow;
+  return start_is_known(run) ? run.settings.start_flow : 0.0;
 }
 
 // ---------------------------------------------------------------- frames in and out
@@ -71,14 +78,48 @@ void read_text_frame(RunState& run) {
   ++flow.FRAMEflow;
 }
 
-// Reads frame `index` of a dataset file into the newer frame, and frame index - 1 into the older
-// one if `both`.
-[[noreturn]] void read_dataset_frame(RunState& run, int, bool) {
-  if (!run.flow.FLOW2D && run.settings.method.flow == FlowFormat::hyfs) {
-    fatal_error(run.messages, " *** FlowFormat=HYFS IS NOT AVAILABLE YET ***");
+// Reads frame `index` of a dataset file into the newer frame.
+void read_dataset_frame(RunState& run, int index) {
+  FlowState& flow = run.flow;
+  switch (run.settings.method.flow) {
+    case FlowFormat::hyfs:
+      if (!flow.FLOW2D) {
+        fatal_error(run.messages, " *** FlowFormat=HYFS IS NOT AVAILABLE YET ***");
+      }
+      READ_FRAME_HYFS(run, index, flow.ETAnew, flow.Unew, flow.Vnew);
+      break;
+    case FlowFormat::n2d:
+      READ_FRAME_N2D(run, index, flow.ETAnew, flow.Unew, flow.Vnew);
+      break;
+    case FlowFormat::gr3d:
+      READ_FRAME_GR3D(run, index, flow.ETAnew, flow.Unew, flow.Vnew, flow.Wnew, flow.SALnew,
+                      flow.TEMnew);
+      break;
+    case FlowFormat::n3d:
+      READ_FRAME_N3D(run, index, flow.ETAnew, flow.Unew, flow.Vnew, flow.Wnew, flow.SALnew,
+                     flow.SIGnew);
+      break;
+    default:
+      break;
   }
-  fatal_error(run.messages,
-              "FLOW_FORMAT " + run.settings.flow_format + " not available in this version");
+}
+
+void swap_frames(FlowState& flow) {
+  std::swap(flow.ETAold, flow.ETAnew);
+  std::swap(flow.Uold, flow.Unew);
+  std::swap(flow.Vold, flow.Vnew);
+  std::swap(flow.Wold, flow.Wnew);
+  std::swap(flow.SALold, flow.SALnew);
+  std::swap(flow.TEMold, flow.TEMnew);
+  std::swap(flow.SIGold, flow.SIGnew);
+}
+
+// Frames index - 1 and index of a dataset file into the older and the newer frame. The newer one
+// now holds frame `held`.
+void read_dataset_pair(RunState& run, int index, int held) {
+  if (held != index - 1) read_dataset_frame(run, index - 1);
+  swap_frames(run.flow);
+  read_dataset_frame(run, index);
 }
 
 // The newer frame stays as it is: an item left out of the next frame keeps its value.
@@ -103,7 +144,9 @@ void show_progress(const RunState& run, const char* what, double time) {
 // ---------------------------------------------------------------- start
 
 void warn_without_start(const RunState& run) {
-  if (run.settings.start_flow >= 0.0 || frame_source(run) == FrameSource::nothing) return;
+  const FrameSource source = frame_source(run);
+  if (start_is_known(run) || source == FrameSource::nothing) return;
+  if (source == FrameSource::dataset && run.flow.NUMframes == 1) return;  // constant in time
   const std::string text =
       "start_flow is not given: the times of flow frames count from 1 "
       "January " +
@@ -120,16 +163,24 @@ void read_first_frame(RunState& run) {
       break;
     case FrameSource::dataset:
       flow.FRAMEflow = 1;
-      read_dataset_frame(run, 1, false);
+      read_dataset_frame(run, 1);
       break;
     case FrameSource::nothing:
       break;
   }
 }
 
+bool bottom_dataset(const RunState& run) {
+  return run.settings.method.bottom_flow == FlowFormat::hyfs;
+}
+
 void read_first_bottom_frame(RunState& run) {
   FlowState& flow = run.flow;
-  READ_FRAME_BOTTOM(run, flow.UBnew, flow.VBnew);
+  if (bottom_dataset(run)) {
+    READ_FRAME_BOTTOM_DATASET(run, 1, flow.UBnew, flow.VBnew);
+  } else {
+    READ_FRAME_BOTTOM(run, flow.UBnew, flow.VBnew);
+  }
   flow.UBold = flow.UBnew;
   flow.VBold = flow.VBnew;
   flow.FRAMEbottom = 1;
@@ -189,7 +240,13 @@ void advance_dataset(RunState& run, double t) {
           static_cast<float>(flow.TIMESflow(flow.FRAMEflow) - flow.TIMESflow(flow.FRAMEflow - 1));
     }
   }
-  if (flow.FRAMEflow != frame_before) read_dataset_frame(run, flow.FRAMEflow, true);
+  if (flow.FRAMEflow != frame_before) read_dataset_pair(run, flow.FRAMEflow, frame_before);
+}
+
+// Rounding of the last time that the flow covers, s.
+double end_rounding(const FlowState& flow) {
+  const double span = flow.TIMElast - flow.TIMEfirst;
+  return std::isfinite(span) ? 2.4e-7 * span : 0.0;
 }
 
 // The same for the bottom file, whose times are held in 4 bytes.
@@ -197,11 +254,11 @@ bool at_last_bottom_frame(const RunState& run, double t) {
   const FlowState& flow = run.flow;
   if (!flow.bottom_file->only_blanks_left()) return false;
   const double file_time = flow.TIMEbottom - run.settings.bottom_start_flow;
-  const double rounding = 1.2e-7 * std::abs(file_time) + 2.4e-7 * (flow.TIMElast - flow.TIMEfirst);
+  const double rounding = 1.2e-7 * std::abs(file_time) + end_rounding(flow);
   return t - flow.TIMEbottom <= rounding;
 }
 
-void advance_bottom(RunState& run, double t) {
+void advance_bottom_text(RunState& run, double t) {
   FlowState& flow = run.flow;
   while (flow.TIMEbottom < t && !at_last_bottom_frame(run, t)) {
     flow.UBold = flow.UBnew;
@@ -210,6 +267,43 @@ void advance_bottom(RunState& run, double t) {
     ++flow.FRAMEbottom;
     flow.TIMEbottom = time + run.settings.bottom_start_flow;
     show_progress(run, "Ub", flow.TIMEbottom);
+  }
+}
+
+std::string moment(double time) {
+  const Date date = SECONDS_TO_DATE(REFyear, time);
+  return day_text(date) + " " + time_text(date);
+}
+
+// A single step is held constant.
+void advance_bottom_dataset(RunState& run, double t) {
+  FlowState& flow = run.flow;
+  const Array<double>& times = flow.datasets.TIMESbottom;
+  if (times.size() < 2) return;
+  const int held = flow.FRAMEbottom;
+  while (flow.TIMEbottom < t && flow.FRAMEbottom < times.size()) {
+    ++flow.FRAMEbottom;
+    flow.TIMEbottom = times(flow.FRAMEbottom) + run.settings.bottom_start_flow;
+  }
+  if (t - flow.TIMEbottom > 1.0e-3 + end_rounding(flow)) {
+    fatal_error(run.messages, run.settings.bottom_flow_file + ": expected bottom flow until " +
+                                  moment(t) + ", found its last step at " +
+                                  moment(flow.TIMEbottom));
+  }
+  if (flow.FRAMEbottom == held) return;
+  if (held != flow.FRAMEbottom - 1) {
+    READ_FRAME_BOTTOM_DATASET(run, flow.FRAMEbottom - 1, flow.UBnew, flow.VBnew);
+  }
+  std::swap(flow.UBold, flow.UBnew);
+  std::swap(flow.VBold, flow.VBnew);
+  READ_FRAME_BOTTOM_DATASET(run, flow.FRAMEbottom, flow.UBnew, flow.VBnew);
+}
+
+void advance_bottom(RunState& run, double t) {
+  if (bottom_dataset(run)) {
+    advance_bottom_dataset(run, t);
+  } else {
+    advance_bottom_text(run, t);
   }
 }
 
@@ -265,7 +359,7 @@ void blend_velocity(FlowState& flow, int n, int k) {
 
 void blend_upper_fields(FlowState& flow, int n, int k) {
   const float f = flow.FLOWfrac;
-  flow.Wnode(n, k) = blended(flow.Wnew(n, k), flow.Wold(n, k), f);
+  flow.Wnode(n, k) = blended_velocity(flow.Wnew(n, k), flow.Wold(n, k), f);
   if (has_density(flow.IDEN)) flow.DENnode(n, k) = blended(flow.DENnew(n, k), flow.DENold(n, k), f);
   if (has_salinity(flow.IDEN)) {
     flow.SALnode(n, k) = blended(flow.SALnew(n, k), flow.SALold(n, k), f);

@@ -53,13 +53,14 @@ struct FlowState {
 
   float dTime = 0.0f;  // s between the frames in hand
   int NUMframes = 0;
-  double TIMEflow = 0.0;      // run time of the newer frame, s
-  double TIMEfirst = 0.0;     // of the first frame
-  double TIMEearliest = 0.0;  // first run time covered: TIMEfirst - dTime
-  double TIMElast = 0.0;      // last run time covered
-  double TIMEold = 0.0;       // of the older frame in hand; equal to TIMEflow until two are read
-  int FRAMEflow = 0;          // index of the newest frame
-  Array<double> TIMESflow;    // time of each frame without start_flow
+  double TIMEflow = 0.0;         // run time of the newer frame, s
+  double TIMEfirst = 0.0;        // of the first frame
+  double TIMEearliest = 0.0;     // first run time covered: TIMEfirst - dTime
+  double TIMElast = 0.0;         // last run time covered
+  double TIMEold = 0.0;          // of the older frame in hand; equal to TIMEflow until two are read
+  int FRAMEflow = 0;             // index of the newest frame
+  Array<double> TIMESflow;       // time of each frame without start_flow
+  bool start_from_file = false;  // start_flow is the reference time of the flow file
   double TIMEbottom = 0.0;
   int FRAMEbottom = 0;
   float FLOWfrac = 0.0f;  // weight of the newer frame

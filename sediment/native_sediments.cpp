@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "control/text_reader.h"
-#include "control/text_tools.h"
 #include "dataset/hyfs.h"
 #include "mesh/quadtree_map.h"
 
@@ -123,19 +122,16 @@ void read_kfe_text(RunState& run) {
   fill_missing(run.sediment, given);
 }
 
-// ---- gridded models: sizes by cell, in mm, mapped to the nodes ----
+// ---- one value a cell of a gridded model ----
 
-struct CellSizes {
-  Array<float> D35, D50, D90;
-};
-
-void map_sizes(RunState& run, const CellSizes& cells) {
-  SedimentState& sediment = run.sediment;
-  const auto map = run.settings.rvs_mesh ? MAP_QUADTREE : MAP_GRID;
+// Cells to nodes. A node without a wet cell around it gets -999, as everywhere.
+void map_sizes(RunState& run, const Array<float>& cells, Array<float>& nodes) {
   constexpr int centre = 0;
-  map(run, cells.D35, centre, sediment.D35);
-  map(run, cells.D50, centre, sediment.D50);
-  map(run, cells.D90, centre, sediment.D90);
+  if (run.settings.rvs_mesh) {
+    MAP_QUADTREE(run, cells, centre, nodes);
+  } else {
+    MAP_GRID(run, cells, centre, nodes);
+  }
 }
 
 void convert_nodes(RunState& run) {
@@ -147,7 +143,9 @@ void read_grid_text(RunState& run) {
   const GridState& grid = run.grid;
   TextReader in(run.messages, run.settings.sediment_file);
   in.skip_line();
-  CellSizes cells;
+  struct {
+    Array<float> D35, D50, D90;
+  } cells;
   for (Array<float>* sizes : {&cells.D35, &cells.D50, &cells.D90}) sizes->allocate(grid.NUMcells);
   Array<char> seen;
   seen.allocate(grid.NUMcells);
@@ -155,7 +153,9 @@ void read_grid_text(RunState& run) {
     int number = 0, J = 0, I = 0;
     float d35 = 0.0f, d50 = 0.0f, d90 = 0.0f;
     if (!in.try_read(number, J, I, d35, d50, d90)) {
-      echo_warning(run.messages, in.path() + ":" + std::to_string(in.line()) + ": " + in.fault());
+      const std::string fault = in.path() + ":" + std::to_string(in.line()) + ": " + in.fault();
+      console(run.messages, "\n%s", fault.c_str());
+      echo_warning(run.messages, fault);
       fatal_error(run.messages, "Native sediments file error");
     }
     // A telescoping grid has no columns: I alone is the cell.
@@ -174,83 +174,109 @@ void read_grid_text(RunState& run) {
     cells.D50(c) = d50;
     cells.D90(c) = d90;
   }
-  if (grid.NUMcells >= 1) map_sizes(run, cells);
+  if (grid.NUMcells >= 1) {
+    map_sizes(run, cells.D35, run.sediment.D35);
+    map_sizes(run, cells.D50, run.sediment.D50);
+    map_sizes(run, cells.D90, run.sediment.D90);
+  }
   convert_nodes(run);
 }
 
-void require(const RunState& run, int status, const std::string& text) {
-  if (status < 0) REPORT_CODE(run.messages, true, text, status);
+// ---- datasets and properties ----
+
+// One of the three sizes: where it goes and where it stands in the file.
+struct SizeSource {
+  Array<float>& sizes;
+  const std::string& path;
+  const char* name;
+};
+
+void check_sediment_status(const RunState& run, int status, const std::string& text,
+                           const std::string& path) {
+  if (status >= 0) return;
+  const std::string& file = run.settings.sediment_file;
+  console(run.messages, "\nHYFS file \"%s\"  %s:", file.c_str(), path.c_str());
+  echo(run.messages, "HYFS file \"%s\"  %s: %s\n", file.c_str(), path.c_str(), text.c_str());
+  REPORT_CODE(run.messages, true, text, status);
 }
 
-void take_values(const RunState& run, const std::vector<float>& values, const std::string& text,
-                 Array<float>& sizes) {
-  if (values.size() != static_cast<std::size_t>(run.grid.NUMcells)) {
-    require(run, hyfs_size_incorrect, text);
+// Values of a mesh node each, or with `mapped` of a grid cell each, into the sizes.
+void take_values(RunState& run, const SizeSource& source, const std::vector<float>& values,
+                 bool mapped) {
+  Array<float> cells;
+  Array<float>& to = mapped ? cells : source.sizes;
+  to.allocate(static_cast<int>(values.size()));
+  for (int i = 1; i <= to.size(); ++i) {
+    to(i) = values[static_cast<std::size_t>(i) - 1];
+    if (mapped || (std::isfinite(to(i)) && to(i) > dry_mark)) continue;
+    fatal_error(run.messages, run.settings.sediment_file + ": \"" + source.path +
+                                  "\" has no grain size at node " + std::to_string(i));
   }
-  sizes.allocate(run.grid.NUMcells);
-  for (int cell = 1; cell <= run.grid.NUMcells; ++cell) {
-    sizes(cell) = values[static_cast<std::size_t>(cell) - 1];
-  }
+  if (mapped) map_sizes(run, cells, source.sizes);
 }
 
-// The file counts the points of its grid, one a cell, as nodes.
-void read_grid_properties(RunState& run, HyfsHandle file, CellSizes& cells) {
-  const Settings& s = run.settings;
+void read_size_property(RunState& run, HyfsHandle file, const SizeSource& source, int count,
+                        bool mapped) {
+  std::vector<float> values;
+  int status = hfreadpropertyfloat_f(file, source.path, values);
+  if (status >= 0 && static_cast<int>(values.size()) != count) status = hyfs_size_incorrect;
+  // The same words for all three.
+  check_sediment_status(run, status, "HF_READ_PROPERTY_FLOAT(D35) error", source.path);
+  take_values(run, source, values, mapped);
+}
+
+void check_property_count(RunState& run, HyfsHandle file, int count) {
   std::vector<int> nodes;
-  const char* const nodes_message = "HF_READ_PROPERTY_INT(NUMnode) error";
-  require(run, hfreadpropertyint_f(file, "Nodes", nodes), nodes_message);
-  if (nodes.empty()) require(run, hyfs_no_data, nodes_message);
-  if (nodes.front() != run.grid.NUMcells) {
+  int status = hfreadpropertyint_f(file, "Nodes", nodes);
+  if (status >= 0 && nodes.empty()) status = hyfs_no_data;
+  check_sediment_status(run, status, "HF_READ_PROPERTY_INT(NUMnode) error", "Nodes");
+  if (nodes[0] != count) {
     REPORT(run.messages, true, "Number of nodes in sediment file does not match grid");
   }
-  const char* const message = "HF_READ_PROPERTY_FLOAT(D35) error";
-  const auto read = [&](const std::string& path, Array<float>& sizes) {
-    std::vector<float> values;
-    require(run, hfreadpropertyfloat_f(file, path, values), message);
-    take_values(run, values, message, sizes);
-  };
-  read(s.hyfs_d35_path, cells.D35);
-  read(s.hyfs_d50_path, cells.D50);
-  read(s.hyfs_d90_path, cells.D90);
 }
 
-void read_grid_datasets(RunState& run, HyfsHandle file, CellSizes& cells) {
-  struct Dataset {
-    const std::string& path;
-    const char* name;
-    Array<float>& sizes;
-    HyfsHandle handle;
+void read_size_datasets(RunState& run, HyfsHandle file, const SizeSource (&sources)[3], int count,
+                        bool mapped) {
+  const auto text = [](const char* operation, const SizeSource& source) {
+    return std::string(operation) + "(sediments-" + source.name + ") error";
   };
-  Dataset datasets[] = {{run.settings.hyfs_d35_path, "(sediments-d35) error", cells.D35, 0},
-                        {run.settings.hyfs_d50_path, "(sediments-d50) error", cells.D50, 0},
-                        {run.settings.hyfs_d90_path, "(sediments-d90) error", cells.D90, 0}};
-  for (Dataset& set : datasets) {
-    require(run, hfopengroup_f(file, set.path, set.handle),
-            std::string("HF_OPEN_GROUP") + set.name);
+  HyfsHandle groups[3] = {};
+  for (std::size_t k = 0; k < 3; ++k) {
+    check_sediment_status(run, hfopengroup_f(file, sources[k].path, groups[k]),
+                          text("HF_OPEN_GROUP", sources[k]), sources[k].path);
   }
-  for (Dataset& set : datasets) {
+  for (std::size_t k = 0; k < 3; ++k) {
     std::vector<float> values;
-    const std::string message = std::string("HF_READ_SCALAR_VALUES_TIMESTEP") + set.name;
-    require(run, hfreadscalarvaluestimestep_f(set.handle, 1, values), message);
-    take_values(run, values, message, set.sizes);
+    int status = hfreadscalarvaluestimestep_f(groups[k], 1, values);
+    if (status >= 0 && static_cast<int>(values.size()) != count) status = hyfs_size_incorrect;
+    check_sediment_status(run, status, text("HF_READ_SCALAR_VALUES_TIMESTEP", sources[k]),
+                          sources[k].path);
+    take_values(run, sources[k], values, mapped);
   }
-  for (Dataset& set : datasets) {
-    require(run, hfclosegroup_f(set.handle), std::string("HF_CLOSE_GROUP") + set.name);
+  for (std::size_t k = 0; k < 3; ++k) {
+    check_sediment_status(run, hfclosegroup_f(groups[k]), text("HF_CLOSE_GROUP", sources[k]),
+                          sources[k].path);
   }
 }
 
-void read_grid_hyfs(RunState& run) {
-  HyfsHandle file = 0;
-  require(run, hfopenfile_f(found_path(run.settings.sediment_file), true, file),
-          "HF_OPEN_FILE(sediments) error");
-  CellSizes cells;
-  if (run.settings.sediment_hyfs_layout == "property") {
-    read_grid_properties(run, file, cells);
+void read_hyfs(RunState& run, bool mapped) {
+  const Settings& s = run.settings;
+  const SizeSource sources[3] = {{run.sediment.D35, s.hyfs_d35_path, "d35"},
+                                 {run.sediment.D50, s.hyfs_d50_path, "d50"},
+                                 {run.sediment.D90, s.hyfs_d90_path, "d90"}};
+  const int count = mapped ? run.grid.NUMcells : run.mesh.NUMnode;
+  HyfsHandle file = -1;
+  check_sediment_status(run, hfopenfile_f(s.sediment_file, true, file),
+                        "HF_OPEN_FILE(sediments) error", "");
+  if (s.sediment_hyfs_layout == "property") {
+    check_property_count(run, file, count);
+    for (const SizeSource& source : sources) {
+      read_size_property(run, file, source, count, mapped);
+    }
   } else {
-    read_grid_datasets(run, file, cells);
+    read_size_datasets(run, file, sources, count, mapped);
   }
-  require(run, hfclosefile_f(file), "HF_CLOSE_FILE(sediments) error");
-  map_sizes(run, cells);
+  check_sediment_status(run, hfclosefile_f(file), "HF_CLOSE_FILE(sediments) error", "");
   convert_nodes(run);
 }
 
@@ -278,16 +304,15 @@ void READ_NATIVE_SEDIMENTS(RunState& run) {
   sediment.BEDmobile.allocate(run.mesh.NUMnode);
   sediment.UNIFORMbed = false;
 
-  const std::string not_available =
-      "sediments_format \"" + run.settings.sediments_format + "\" is not available in this version";
   switch (run.settings.method.sediments) {
     case SedimentsFormat::adcirc:
       read_node_text(run);
       return;
     case SedimentsFormat::hyfs:
-      fatal_error(run.messages, not_available);
+      read_hyfs(run, false);
+      return;
     case SedimentsFormat::hyfs_n2d:
-      read_grid_hyfs(run);
+      read_hyfs(run, true);
       return;
     case SedimentsFormat::n2d:
       read_grid_text(run);

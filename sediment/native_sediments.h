@@ -14,8 +14,18 @@
 //
 //   title      any                          1
 //   count      records                      1
-//   node       n, D35, D50, D90             as counted; the last of a node counts, and nodes without
+//   node       n, D35, D50, D90             as counted; the last of a node counts, and nodes
+//   without
 //                                           one take the mean of the others
+
+// Form "n2d", of a gridded mesh:
+//
+//   title      any                          1
+//   cell       any, row, column, D35, D50,  cells; mapped to the nodes
+//              D90
+//
+// Form "hyfs": the properties (with their count "Nodes") or the first step of the datasets of the
+// three path settings, a value a node; form "hyfs_n2d" the same with a value a grid cell, mapped.
 
 #include "control/run_state.h"
 

@@ -381,8 +381,6 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
   };
   const Case cases[] = {
       {":mesh_format gr3d\n", "\"gr3d\" and \"n3d\" are not available"},
-      {":sediment_format hyfs\n", "Sediments from datasets are not available"},
-      {":currents\n:flow_format hyfs\n", "Flow from datasets is not available"},
       {":eulerian_sed_trans a-d\n", "\"a-d\" is not available"},
       {":propwash_data_file p\n", "Propeller wash is not available"},
       {":drawdown_method function\n", "Ship drawdown is not available"},

@@ -164,10 +164,7 @@ TEST(FlowFrames, FormatsWithoutTheirReader) {
     const char* message;
   };
   const Case cases[] = {
-      {FlowFormat::hyfs, "hyfs", true, "ERROR: FLOW_FORMAT hyfs not available in this version"},
-      {FlowFormat::n2d, "n2d", true, "ERROR: FLOW_FORMAT n2d not available in this version"},
       {FlowFormat::hyfs, "hyfs", false, "ERROR:  \\*\\*\\* FlowFormat=HYFS IS NOT AVAILABLE YET"},
-      {FlowFormat::n3d, "n3d", false, "ERROR: FLOW_FORMAT n3d not available in this version"},
       // Not known in two dimensions: nothing is read, and the span is empty.
       {FlowFormat::gr3d, "gr3d", true, "ERROR:  \\*\\*\\* FLOW FILE DOES NOT RUN BEYOND STOP TIME"},
   };

@@ -2,13 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include "dataset/hyfs.h"
+#include <functional>
+#include <limits>
+
+#include "flow/dataset_files.h"
 #include "sediment/bed_run.h"
 
 namespace dfl {
 namespace {
 
+using test::DatasetFile;
 using test::TemporaryFolder;
+using test::Values;
 
 // Four nodes, two elements; `text` as sediment file.
 void sediment_run(RunState& run, const TemporaryFolder& folder, SedimentsFormat format,
@@ -260,13 +265,118 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
       // Without a grid no cell is read and the sizes stay 0.
       {SedimentsFormat::n2d, "t\n", "\\*\\*\\* Zero grain size for D35 @ N=     1"},
       {SedimentsFormat::hyfs_n2d, "t\n", "HF_OPEN_FILE\\(sediments\\) error"},
-      {SedimentsFormat::hyfs, "t\n", "not available in this version"},
+      {SedimentsFormat::hyfs, "t\n",
+       "ERROR: HF_OPEN_FILE\\(sediments\\) error\n       ERROR_FILE_NOT_HDF5"},
       {SedimentsFormat::unknown, "t\n", "Sediments file type not available"},
   };
   for (const Case& c : cases) {
     TemporaryFolder folder;
     RunState run;
     sediment_run(run, folder, c.format, c.text);
+    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
+  }
+}
+
+// ---- datasets and properties at nodes ----
+
+// Three sizes, each a number a node or cell.
+struct Sizes {
+  Values d35, d50, d90;
+};
+
+void write_node_sizes(const std::string& path, bool property, const Sizes& sizes, int nodes) {
+  DatasetFile file(path);
+  if (property) {
+    EXPECT_EQ(hfwritepropertyint_f(file.file, "Nodes", {nodes}), 0);
+    EXPECT_EQ(hfwritepropertyfloat_f(file.file, "D35", sizes.d35), 0);
+    EXPECT_EQ(hfwritepropertyfloat_f(file.file, "D50", sizes.d50), 0);
+    EXPECT_EQ(hfwritepropertyfloat_f(file.file, "D90", sizes.d90), 0);
+    return;
+  }
+  file.info.values = static_cast<std::int64_t>(sizes.d35.size());
+  // Only the first of two steps counts.
+  file.scalar("D35", {0, 1}, {sizes.d35, Values(sizes.d35.size(), 9.0f)});
+  file.scalar("D50", {0, 1}, {sizes.d50, Values(sizes.d50.size(), 9.0f)});
+  file.scalar("D90", {0, 1}, {sizes.d90, Values(sizes.d90.size(), 9.0f)});
+}
+
+void dataset_run(RunState& run, const TemporaryFolder& folder, SedimentsFormat format,
+                 bool property) {
+  sediment_run(run, folder, format, "");
+  run.settings.sediment_file = folder.path("bed.h5");
+  run.settings.sediment_hyfs_layout = property ? "property" : "dataset";
+  run.settings.hyfs_d35_path = "D35";
+  run.settings.hyfs_d50_path = "D50";
+  run.settings.hyfs_d90_path = "D90";
+}
+
+TEST(NativeSediments, NodeDatasetsAndPropertiesGiveTheSame) {
+  for (const bool property : {true, false}) {
+    TemporaryFolder folder;
+    RunState run;
+    dataset_run(run, folder, SedimentsFormat::hyfs, property);
+    write_node_sizes(
+        folder.path("bed.h5"), property,
+        {{0.1f, 0.2f, 0.3f, 0.4f}, {0.2f, 0.3f, 0.4f, 0.5f}, {0.5f, 0.6f, -0.9f, 0.8f}}, 4);
+    READ_NATIVE_SEDIMENTS(run);
+    EXPECT_FLOAT_EQ(run.sediment.D35(1), 0.0001f);
+    EXPECT_FLOAT_EQ(run.sediment.D50(2), 0.0003f);
+    EXPECT_FLOAT_EQ(run.sediment.D90(4), 0.0008f);
+    EXPECT_FLOAT_EQ(run.sediment.D50(3), 0.0003f);  // hard bottom of 0.9 mm
+    EXPECT_EQ(run.sediment.BEDmobile(3), logical_false);
+    EXPECT_EQ(run.sediment.BEDmobile(4), logical_true);
+  }
+}
+
+TEST(NativeSedimentsDeathTest, BadDatasetsStopWithTheirMessage) {
+  constexpr float none = std::numeric_limits<float>::quiet_NaN();
+  const Values good = {1, 1, 1, 1};
+  struct Case {
+    const char* what;
+    bool property;
+    std::function<void(RunState&, const std::string& path)> write;
+    const char* message;
+  };
+  const auto sizes = [](bool property, const Sizes& s, int nodes) {
+    return [=](RunState&, const std::string& path) { write_node_sizes(path, property, s, nodes); };
+  };
+  const Case cases[] = {
+      {"no file", true, [](RunState&, const std::string&) {},
+       "ERROR: HF_OPEN_FILE\\(sediments\\) error"},
+      {"no count", true, [](RunState&, const std::string& path) { DatasetFile file(path); },
+       "ERROR: HF_READ_PROPERTY_INT\\(NUMnode\\) error\n       ERROR_DATASET_DOES_NOT_EXIST"},
+      {"other count", true, sizes(true, {good, good, good}, 5),
+       "ERROR: Number of nodes in sediment file does not match grid"},
+      {"short list", true, sizes(true, {good, good, {1, 1, 1}}, 4),
+       "ERROR: HF_READ_PROPERTY_FLOAT\\(D35\\) error\n       ERROR_DATASET_SIZE_INCORRECT"},
+      {"no D90", true,
+       [&](RunState& run, const std::string& path) {
+         write_node_sizes(path, true, {good, good, good}, 4);
+         run.settings.hyfs_d90_path = "D99";
+       },
+       "ERROR: HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
+      {"no D50 group", false,
+       [&](RunState& run, const std::string& path) {
+         write_node_sizes(path, false, {good, good, good}, 4);
+         run.settings.hyfs_d50_path = "D99";
+       },
+       "D99(.|\n)*ERROR: HF_OPEN_GROUP\\(sediments-d50\\) error"},
+      {"other size", false, sizes(false, {{1, 1}, {1, 1}, {1, 1}}, 4),
+       "ERROR: HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error\n"
+       "       ERROR_DATASET_SIZE_INCORRECT"},
+      {"no number", false, sizes(false, {good, {1, 1, none, 1}, good}, 4),
+       "bed.h5: \"D50\" has no grain size at node 3"},
+      {"fill value", true, sizes(true, {good, good, {1, -9999.9f, 1, 1}}, 4),
+       "bed.h5: \"D90\" has no grain size at node 2"},
+      {"zero", true, sizes(true, {good, good, {1, 1, 1, 0}}, 4),
+       "\\*\\*\\* Zero grain size for D90 @ N=     4"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    TemporaryFolder folder;
+    RunState run;
+    dataset_run(run, folder, SedimentsFormat::hyfs, c.property);
+    c.write(run, folder.path("bed.h5"));
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
   }
 }

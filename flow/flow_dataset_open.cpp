@@ -1,0 +1,462 @@
+// Opening flow in datasets: measured and checked before anything is read.
+
+#include <cmath>
+
+#include "control/run_clock.h"
+#include "control/text_tools.h"
+#include "flow/flow_dataset_parts.h"
+#include "flow/flow_datasets.h"
+
+namespace dfl {
+
+namespace {
+
+// A dataset of the flow, with what messages say of it.
+struct Dataset {
+  HyfsHandle file = -1;
+  std::string file_name, path;
+  std::string word, letter;  // of the model and the dataset, as "ADCIRC" and "Z"
+  HyfsHandle set = -1;
+
+  std::string place() const { return file_name + ": \"" + path + "\""; }
+  std::string text(const char* operation) const {
+    return std::string(operation) + "(" + word + "-" + letter + ") error";
+  }
+};
+
+const char* reason_of(int status) {
+  switch (status) {
+    case hyfs_not_hdf5:
+      return "not an HDF5 file";
+    case hyfs_not_hyfs:
+      return "an HDF5 file, but neither HYFS nor NetCDF-4";
+    case hyfs_does_not_exist:
+      return "nothing of that name";
+    case hyfs_no_data:
+      return "no time step";
+    case hyfs_size_incorrect:
+      return "not the expected size, or no such time step";
+    case hyfs_incorrect_datatype:
+      return "holds no numbers";
+    case hyfs_group_type:
+    case hyfs_dataset_invalid:
+      return "not a dataset of the expected form";
+    default:
+      return "cannot be opened or read";
+  }
+}
+
+HyfsHandle open_file(const RunState& run, const std::string& name, const std::string& text) {
+  HyfsHandle file = -1;
+  check_flow_status(run, hfopenfile_f(name, true, file), name, text);
+  return file;
+}
+
+void open_group(const RunState& run, Dataset& data) {
+  check_flow_status(run, hfopengroup_f(data.file, data.path, data.set), data.place(),
+                    data.text("HF_OPEN_GROUP"));
+}
+
+int count_times(const RunState& run, const Dataset& data) {
+  int times = 0;
+  check_flow_status(run, hfgetdatasetnumtimes_f(data.set, times), data.place(),
+                    data.text("HF_GET_DATASET_NUM_TIMES"));
+  return times;
+}
+
+void require_values(const RunState& run, const Dataset& data, std::int64_t expected,
+                    const std::string& mismatch) {
+  int values = 0;
+  check_flow_status(run, hfgetdatasetnumvals_f(data.set, values), data.place(),
+                    data.text("HF_GET_DATASET_NUMVALS"));
+  if (values == expected) return;
+  console(run.messages, "\n%s: %d values a step, expected %lld", data.place().c_str(), values,
+          static_cast<long long>(expected));
+  REPORT(run.messages, true, mismatch);
+}
+
+std::string node_mismatch(const std::string& word, const char* file) {
+  return "*** The number of nodes in the " + word + " HYFS " + file +
+         " does not match the mesh file ***";
+}
+
+// ---------------------------------------------------------------- times
+
+std::string number(double value) {
+  return trim_left(columns(value, 24, 3));
+}
+
+// Frames are looked for forward in time, so that their times must be numbers that grow.
+void check_times(const RunState& run, const Dataset& data, const std::vector<double>& times) {
+  constexpr double latest = 1.0e15;  // s; far behind any calendar
+  for (std::size_t k = 0; k < times.size(); ++k) {
+    const std::string step = std::to_string(k + 1);
+    if (!(std::abs(times[k]) < latest)) {
+      fatal_error(run.messages,
+                  data.place() + ": expected a time at step " + step + ", found none");
+    }
+    if (k > 0 && !(times[k] > times[k - 1])) {
+      fatal_error(run.messages, data.place() + ": expected times that grow, found " +
+                                    number(times[k]) + " behind " + number(times[k - 1]) +
+                                    " at step " + step);
+    }
+  }
+}
+
+std::vector<double> read_times(const RunState& run, const Dataset& data) {
+  std::vector<double> times;
+  check_flow_status(run, hfgetdatasettimes_f(data.set, times), data.place(),
+                    data.text("HF_GET_DATASET_TIMES"));
+  check_times(run, data, times);
+  return times;
+}
+
+void scale_times(const RunState& run, const std::vector<double>& from, float scale,
+                 Array<double>& to) {
+  to.allocate(static_cast<int>(from.size()));
+  for (int k = 1; k <= to.size(); ++k) {
+    to(k) = from[static_cast<std::size_t>(k) - 1] * static_cast<double>(scale);
+  }
+  if (scale > 0.0f) return;
+  fatal_error(run.messages, "expected a time scale above 0 on the card n2d_step");
+}
+
+float first_difference(const Array<double>& times) {
+  return times.size() < 2 ? 0.0f : static_cast<float>(times(2) - times(1));
+}
+
+// The time of a Julian day in run seconds.
+double seconds_of(const RunState& run, double julian_day, const std::string& place) {
+  int era = 1;
+  Date date{};
+  double second = 0.0;
+  check_flow_status(
+      run,
+      hfjuliantocalendar_f(julian_day, era, date[0], date[1], date[2], date[3], date[4], second),
+      place, "HF_JULIAN_TO_CALENDAR error");
+  const std::int64_t ms = std::llround(second * 1000.0);
+  date[5] = static_cast<int>(ms / 1000);
+  date[6] = static_cast<int>(ms % 1000);
+  if (era == 1 && date[0] >= REFyear) return DATE_TO_SECONDS(REFyear, date);
+  // Years before the reference year: its calendar has no leap days there.
+  double reference_day = 0.0;
+  hfcalendartojulian_f(1, REFyear, 1, 1, 0, 0, 0.0, reference_day);
+  return std::round((julian_day - reference_day) * 86400000.0) / 1000.0;
+}
+
+// The reference time of the elevation says when the flow starts, unless a card does.
+void take_reference_time(RunState& run, const Dataset& data, bool required) {
+  if (run.settings.start_flow >= 0.0) return;
+  double julian_day = 0.0;
+  const int status = hfreadreftime_f(data.set, julian_day);
+  if (status < 0 && !required) return;
+  check_flow_status(run, status, data.place(), "HF_READ_REFTIME error");
+  run.settings.start_flow = seconds_of(run, julian_day, data.place());
+  run.flow.start_from_file = true;
+  const Date date = SECONDS_TO_DATE(REFyear, run.settings.start_flow);
+  echo(run.messages, "Flow start, from the flow file:  %s @ %s\n", day_text(date).c_str(),
+       time_text(date).c_str());
+}
+
+std::string time_units(const RunState& run, const Dataset& data, const std::string& text) {
+  std::string units;
+  check_flow_status(run, hfgetdatasettimeunits_f(data.set, units), data.place(), text);
+  return units;
+}
+
+void warn(const RunState& run, const std::string& text) {
+  echo_warning(run.messages, text);
+  console(run.messages, "WARNING: %s\n", text.c_str());
+}
+
+// "hyfs" has no time scale.
+void warn_of_units(const RunState& run, const Dataset& data) {
+  std::string units;
+  if (hfgetdatasettimeunits_f(data.set, units) < 0 || contains(lower_case(units), "sec")) return;
+  warn(run, data.place() + " gives its times in \"" + units + "\": they are taken as seconds");
+}
+
+// Structured 3-D models keep the first interval for all frames.
+void warn_of_uneven_times(const RunState& run, const Dataset& data) {
+  const FlowState& flow = run.flow;
+  const double interval = static_cast<double>(flow.dTime);
+  for (int k = 3; k <= flow.TIMESflow.size(); ++k) {
+    const double difference = flow.TIMESflow(k) - flow.TIMESflow(k - 1);
+    if (std::abs(difference - interval) <= 1.0e-3 * interval) continue;
+    warn(run,
+         data.place() + ": step " + std::to_string(k) +
+             " does not follow at the interval of the first two steps, which is taken for all");
+    return;
+  }
+}
+
+// A velocity frame is taken for the elevation frame of its number.
+void warn_of_other_times(const RunState& run, const Dataset& data, float scale) {
+  std::vector<double> times;
+  if (hfgetdatasettimes_f(data.set, times) < 0) return;
+  const Array<double>& reference = run.flow.TIMESflow;
+  for (int k = 1; k <= reference.size() && static_cast<std::size_t>(k) <= times.size(); ++k) {
+    const double time = times[static_cast<std::size_t>(k) - 1] * static_cast<double>(scale);
+    if (std::abs(time - reference(k)) <= 1.0e-3 + 1.0e-6 * std::abs(reference(k))) continue;
+    warn(run, data.place() + ": the time of step " + std::to_string(k) +
+                  " is not that of the elevation, which is taken");
+    return;
+  }
+}
+
+// ---------------------------------------------------------------- the common shape
+
+// Times of the elevation into the run, `scale` seconds each.
+void take_times(RunState& run, const std::vector<double>& times, float scale) {
+  scale_times(run, times, scale, run.flow.TIMESflow);
+  run.flow.dTime = first_difference(run.flow.TIMESflow);
+}
+
+// The velocity, or one of its components, against the elevation.
+void compare_frames(const RunState& run, const Dataset& elevation, const Dataset& velocity,
+                    const std::string& word, float scale) {
+  if (count_times(run, velocity) != run.flow.NUMframes) {
+    REPORT(run.messages, true,
+           "*** The number of time steps in the " + elevation.letter + " and " +
+               (velocity.word == "N3D" ? velocity.letter : "U") + " parts of the " + word +
+               " HYFS file do not match***");
+  }
+  warn_of_other_times(run, velocity, scale);
+}
+
+Dataset flow_dataset(const RunState& run, const std::string& path, const char* word,
+                     const char* letter) {
+  Dataset data;
+  data.file = run.flow.datasets.flow_file;
+  data.file_name = run.settings.flow_file_uv;
+  data.path = path;
+  data.word = word;
+  data.letter = letter;
+  return data;
+}
+
+// Flow models may keep the elevation in a file of its own; where the velocity file has none, that
+// file is looked into.
+void find_elevation(RunState& run, Dataset& elevation) {
+  const Settings& s = run.settings;
+  if (s.flow_file_z == "none" || s.flow_file_z == s.flow_file_uv) return;
+  HyfsHandle set = -1;
+  if (hfopengroup_f(elevation.file, elevation.path, set) >= 0) {
+    hfclosegroup_f(set);
+    return;
+  }
+  HyfsHandle& file = run.flow.datasets.elevation_file;
+  if (hfopenfile_f(s.flow_file_z, true, file) < 0) return;
+  elevation.file = file;
+  elevation.file_name = s.flow_file_z;
+}
+
+// A path of a "n3d" grid counts from that of the grid unless it is part of it. Where that leads
+// nowhere a full path is meant, or the part was one by chance.
+void open_below_grid(const RunState& run, Dataset& data) {
+  const std::string& grid = run.settings.hyfs_n3d_path;
+  const std::string given = data.path, below = grid + "/" + given;
+  const bool part = contains(grid, given);
+  for (const std::string& path : {part ? given : below, part ? below : given}) {
+    if (hfopengroup_f(data.file, path, data.set) >= 0) return;
+  }
+  data.path = part ? given : below;
+  open_group(run, data);
+}
+
+bool has_lattice(const RunState& run) {
+  const GridState& grid = run.grid;
+  return grid.NumI >= 2 && grid.NumJ >= 2 && run.flow.NUMlayers >= 1 &&
+         static_cast<std::int64_t>(grid.NumI) * grid.NumJ == run.mesh.NUMnode;
+}
+
+// Scalars of the flow file; they have the steps of the flow.
+void open_scalars(const RunState& run, Dataset& data, std::int64_t values) {
+  if (count_times(run, data) < run.flow.NUMframes) {
+    fatal_error(run.messages, data.place() + ": expected " + std::to_string(run.flow.NUMframes) +
+                                  " time steps, as the flow has");
+  }
+  require_values(run, data, values, node_mismatch(data.word, "file"));
+}
+
+}  // namespace
+
+void check_flow_status(const RunState& run, int status, const std::string& place,
+                       const std::string& text) {
+  if (status >= 0) return;
+  console(run.messages, "\n%s: %s", place.c_str(), reason_of(status));
+  echo(run.messages, "%s: %s\n", place.c_str(), reason_of(status));
+  REPORT(run.messages, true, text);
+}
+
+std::int64_t n3d_values(const RunState& run) {
+  return (static_cast<std::int64_t>(run.flow.NUMlayers) + 1) * run.grid.NumI * run.grid.NumJ;
+}
+
+std::int64_t gr3d_values(const RunState& run) {
+  return static_cast<std::int64_t>(run.grid.NUMactive) * run.flow.NUMlayers;
+}
+
+void OPEN_FLOW_HYFS(RunState& run) {
+  const Settings& s = run.settings;
+  FlowDatasets& sets = run.flow.datasets;
+  console(run.messages, "Opening hydrodynamic data file...\n");
+  sets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(ADCIRC) error");
+  Dataset Z = flow_dataset(run, s.hyfs_wse_path, "ADCIRC", "Z");
+  find_elevation(run, Z);
+  open_group(run, Z);
+  take_reference_time(run, Z, false);
+  run.flow.NUMframes = count_times(run, Z);
+  take_times(run, read_times(run, Z), 1.0f);
+  warn_of_units(run, Z);
+  Dataset V = flow_dataset(run, s.hyfs_vel_path, "ADCIRC", "V");
+  open_group(run, V);
+  compare_frames(run, Z, V, "ADCIRC", 1.0f);
+  const std::string mismatch = node_mismatch("ADCIRC", "file");
+  require_values(run, Z, run.mesh.NUMnode, mismatch);
+  require_values(run, V, run.mesh.NUMnode, mismatch);
+  sets.Zset = Z.set;
+  sets.Vset = V.set;
+}
+
+void OPEN_FLOW_N2D(RunState& run) {
+  Settings& s = run.settings;
+  FlowDatasets& sets = run.flow.datasets;
+  console(run.messages, "Opening hydrodynamic data file...\n");
+  sets.elevation_file = open_file(run, s.flow_file_z, "HF_OPEN_FILE(RVS) [FNAMElevels] error");
+  sets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(RVS) [FNAMEflows] error");
+  Dataset Z = flow_dataset(run, s.hyfs_wse_path, "RVS", "Z");
+  Z.file = sets.elevation_file;
+  Z.file_name = s.flow_file_z;
+  open_group(run, Z);
+  take_reference_time(run, Z, true);
+  run.flow.NUMframes = count_times(run, Z);
+  const std::vector<double> times = read_times(run, Z);
+  const std::string units = lower_case(time_units(run, Z, "HF_GET_DATASET_TIME_UNITS error"));
+  if (contains(units, "hours")) {
+    s.n2d_step = 3600.0f;
+  } else if (contains(units, "seconds")) {
+    s.n2d_step = 1.0f;
+  }
+  take_times(run, times, s.n2d_step);
+  Dataset V = flow_dataset(run, s.hyfs_vel_path, "RVS", "V");
+  open_group(run, V);
+  compare_frames(run, Z, V, "ADCIRC", s.n2d_step);
+  const std::string mismatch = node_mismatch("RVS", "file");
+  require_values(run, Z, run.grid.NUMcells, mismatch);
+  require_values(run, V, run.grid.NUMcells, mismatch);
+  check_flow_status(run, hfgetscalardatalocation_f(Z.set, sets.ZLOC), Z.place(),
+                    Z.text("HF_GET_SCALAR_DATA_LOC"));
+  if (sets.ZLOC != 0) REPORT(run.messages, true, "GRID_LOC_CENTER(RVS-Z) error");
+  check_flow_status(run, hfgetvector2ddatalocations_f(V.set, sets.ULOC, sets.VLOC), V.place(),
+                    V.text("HF_GET_VECTOR_2D_DATA_LOCS"));
+  if (sets.ULOC != 0 && sets.ULOC != 3) REPORT(run.messages, true, "GRID_LOC_FACE_I(RVS-V) error");
+  if (sets.VLOC != 0 && sets.VLOC != 4) REPORT(run.messages, true, "GRID_LOC_FACE_J(RVS-V) error");
+  sets.Zset = Z.set;
+  sets.Vset = V.set;
+  run.grid.CELLvalues.allocate(run.grid.NUMcells);
+}
+
+void OPEN_FLOW_GR3D(RunState& run) {
+  const Settings& s = run.settings;
+  FlowDatasets& sets = run.flow.datasets;
+  console(run.messages, "Opening GR3D hydrodynamic data file...\n");
+  sets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(GR3D) error");
+  Dataset Z = flow_dataset(run, s.hyfs_wse_path, "GR3D", "Z");
+  open_group(run, Z);
+  take_reference_time(run, Z, false);
+  run.flow.NUMframes = count_times(run, Z);
+  take_times(run, read_times(run, Z), s.n2d_step);
+  warn_of_uneven_times(run, Z);
+  Dataset V = flow_dataset(run, s.hyfs_vel_path, "GR3D", "V");
+  open_group(run, V);
+  compare_frames(run, Z, V, "GR3D", s.n2d_step);
+  const std::string mismatch = node_mismatch("GR3D", "file");
+  require_values(run, Z, run.grid.NUMactive, mismatch);
+  require_values(run, V, gr3d_values(run), mismatch);
+  if (!has_lattice(run)) REPORT(run.messages, true, mismatch);
+  sets.Zset = Z.set;
+  sets.Vset = V.set;
+}
+
+void OPEN_FLOW_N3D(RunState& run) {
+  Settings& s = run.settings;
+  FlowDatasets& sets = run.flow.datasets;
+  console(run.messages, "Opening N3D hydrodynamic data file...\n");
+  sets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(N3D) error");
+  Dataset Z = flow_dataset(run, s.hyfs_wse_path, "N3D", "Z");
+  open_below_grid(run, Z);
+  take_reference_time(run, Z, false);
+  run.flow.NUMframes = count_times(run, Z);
+  const std::vector<double> times = read_times(run, Z);
+  const std::string units = time_units(run, Z, "HF_GET_DATASET_TIME_UNITS(N3D-Z) error");
+  if (units == "Seconds") {
+    s.n2d_step = 1.0f;
+  } else if (units == "Hours") {
+    s.n2d_step = 3600.0f;
+  } else {
+    REPORT(run.messages, true, "Unexpected time units is N3D hydro file");
+  }
+  take_times(run, times, s.n2d_step);
+  warn_of_uneven_times(run, Z);
+  Dataset velocity[] = {flow_dataset(run, s.hyfs_u_path, "N3D", "U"),
+                        flow_dataset(run, s.hyfs_v_path, "N3D", "V"),
+                        flow_dataset(run, s.hyfs_w_path, "N3D", "W")};
+  for (Dataset& component : velocity) open_below_grid(run, component);
+  const std::int64_t values = n3d_values(run);
+  for (const Dataset& component : velocity) {
+    compare_frames(run, Z, component, "N3D", s.n2d_step);
+    require_values(run, Z, values, node_mismatch("N3D", "Zfile"));
+    require_values(run, component, values,
+                   node_mismatch("N3D", (component.letter + "file").c_str()));
+  }
+  if (!has_lattice(run)) REPORT(run.messages, true, node_mismatch("N3D", "Zfile"));
+  sets.Zset = Z.set;
+  sets.Uset = velocity[0].set;
+  sets.Vset = velocity[1].set;
+  sets.Wset = velocity[2].set;
+}
+
+void OPEN_SCALARS_GR3D(RunState& run) {
+  FlowDatasets& sets = run.flow.datasets;
+  Dataset S = flow_dataset(run, run.settings.hyfs_sal_path, "GR3D", "S");
+  open_group(run, S);
+  Dataset T = flow_dataset(run, run.settings.hyfs_temp_path, "GR3D", "T");
+  open_group(run, T);
+  open_scalars(run, S, gr3d_values(run));
+  open_scalars(run, T, gr3d_values(run));
+  sets.Sset = S.set;
+  sets.Tset = T.set;
+  // The file tells no heights: levels of equal thickness, each known at its middle.
+  const float levels = static_cast<float>(run.flow.NUMlayers);
+  for (int k = 1; k <= run.flow.NUMlayers; ++k) {
+    run.flow.SIGMA(k) = (static_cast<float>(k) - 0.5f) / levels;
+  }
+}
+
+void OPEN_SCALARS_N3D(RunState& run) {
+  Dataset S = flow_dataset(run, run.settings.hyfs_sal_path, "N3D", "S");
+  open_below_grid(run, S);
+  open_scalars(run, S, n3d_values(run));
+  run.flow.datasets.Sset = S.set;
+}
+
+void OPEN_BOTTOM_DATASET(RunState& run) {
+  const Settings& s = run.settings;
+  FlowDatasets& sets = run.flow.datasets;
+  sets.bottom_file = open_file(run, s.bottom_flow_file, "HF_OPEN_FILE(BOTTOM) error");
+  Dataset U;
+  U.file = sets.bottom_file;
+  U.file_name = s.bottom_flow_file;
+  U.path = s.hyfs_bot_path;
+  U.word = "BOTTOM";
+  U.letter = "U";
+  open_group(run, U);
+  count_times(run, U);
+  scale_times(run, read_times(run, U), s.n2d_step, sets.TIMESbottom);
+  sets.dTimebottom = first_difference(sets.TIMESbottom);
+  require_values(run, U, run.mesh.NUMnode, node_mismatch("BOTTOM", "file"));
+  sets.BOTset = U.set;
+}
+
+}  // namespace dfl
