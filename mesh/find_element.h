@@ -12,6 +12,11 @@ namespace dfl {
 // mesh.
 int FIND_ELEMENT(const MeshState& mesh, double x, double y);
 
+// FIND_ELEMENT for each of `count` points: `elements` takes the same numbers. Faster than one after
+// the other where the search grid is larger than the cache.
+void find_elements(const MeshState& mesh, const double* x, const double* y, int count,
+                   int* elements);
+
 // Builds mesh.grid; needs the bounding boxes and SORTxmin.
 void BUILD_ELEMENT_GRID(MeshState& mesh);
 
