@@ -5,6 +5,7 @@
 // Layout and rules of safe writing: docs/hyfs.md.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -137,7 +138,15 @@ int hfjuliantocalendar_f(double julian_day, int& era, int& year, int& month, int
                          int& minute, double& second);
 
 // Sidecars for ParaView, written aside and renamed. path: of the HYFS file, with its ending
-// replaced by ".xmf".
+// replaced by ".xmf". The text of a frame never changes, so that a writer of frame after frame
+// keeps it; frames beyond those that are kept are read from the file.
+struct HyfsSidecar {
+  std::size_t frames = 0;
+  std::string text;  // of these frames
+};
+int hfwriteparticlesxmf_f(const std::string& hyfs_path, HyfsSidecar& kept);
+int hfwritemapsxmf_f(const std::string& hyfs_path, HyfsSidecar& kept);
+// The same with nothing kept.
 int hfwriteparticlesxmf_f(const std::string& hyfs_path);
 int hfwritemapsxmf_f(const std::string& hyfs_path);
 

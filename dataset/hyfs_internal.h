@@ -6,7 +6,9 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "dataset/hyfs.h"
@@ -138,7 +140,8 @@ hsize_t chunk_width(hid_t file);  // values of a chunk along the axis of nodes o
 // `same` tells whether it fits.
 int note_time(hid_t times, hsize_t k, double time, bool& same);
 
-// Writes a text beside a file and renames it, so that a reader sees the old one or the new one.
-int replace_file(const std::string& path, const std::string& text);
+// Writes texts, one behind the other, beside a file and renames it, so that a reader sees the old
+// one or the new one.
+int replace_file(const std::string& path, std::initializer_list<std::string_view> texts);
 
 }  // namespace dfl::hyfs

@@ -252,11 +252,14 @@ int read_doubles(hid_t dataset, hsize_t start, hsize_t count, double* values) {
       H5Dread(dataset, H5T_NATIVE_DOUBLE, memory.get(), space.get(), H5P_DEFAULT, values));
 }
 
-int replace_file(const std::string& path, const std::string& text) {
+int replace_file(const std::string& path, std::initializer_list<std::string_view> texts) {
   const std::string aside = path + ".part";
   std::FILE* file = std::fopen(aside.c_str(), "wb");
   if (file == nullptr) return hyfs_io_error;
-  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  bool written = true;
+  for (const std::string_view text : texts) {
+    written = written && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  }
   if (std::fclose(file) != 0 || !written || std::rename(aside.c_str(), path.c_str()) != 0) {
     std::remove(aside.c_str());
     return hyfs_io_error;

@@ -1,5 +1,6 @@
-// Sidecars that show a HYFS file to ParaView's XDMF reader. They hold the size of every dataset
-// and a piece for every frame, so that they are written anew at each frame.
+// Sidecars that show a HYFS file to ParaView's XDMF reader. They hold a piece for every frame, with
+// the size that the datasets had when it was written: the reader takes its part of a dataset that
+// has grown since, and a piece once made stays as it is.
 
 #include <array>
 #include <charconv>
@@ -74,11 +75,12 @@ std::vector<std::string> paths_below(hid_t group) {
 struct Sidecar {
   Id file, root;
   std::string data_file;  // as named inside the sidecar, which stands beside it
-  std::vector<double> times;
-  std::string text;
+  hsize_t frames = 0;
+  std::vector<double> times;  // of the frames that are not kept
 };
 
-int open_sidecar(const std::string& hyfs_path, Sidecar& sidecar) {
+// `kept` is emptied if it is of another file.
+int open_sidecar(const std::string& hyfs_path, HyfsSidecar& kept, Sidecar& sidecar) {
   HyfsHandle file = 0;
   if (const int status = hfopenfile_f(hyfs_path, true, file); status < 0) return status;
   sidecar.file = Id(file);
@@ -86,19 +88,21 @@ int open_sidecar(const std::string& hyfs_path, Sidecar& sidecar) {
   sidecar.data_file = escaped(base_name(hyfs_path));
   const Id times = open_below(file, "time");
   if (!times.good() || H5Iget_type(times.get()) != H5I_DATASET) return hyfs_does_not_exist;
-  const hsize_t frames = length_of(times.get());
-  if (!plausible_count(times.get(), frames)) return hyfs_size_incorrect;
-  sidecar.times.resize(static_cast<std::size_t>(frames));
-  sidecar.text =
+  sidecar.frames = length_of(times.get());
+  if (!plausible_count(times.get(), sidecar.frames)) return hyfs_size_incorrect;
+  if (kept.frames > sidecar.frames) kept = HyfsSidecar();
+  const hsize_t first = kept.frames, count = sidecar.frames - first;
+  sidecar.times.resize(static_cast<std::size_t>(count));
+  return read_doubles(times.get(), first, count, sidecar.times.data());
+}
+
+int finish_sidecar(const std::string& hyfs_path, const HyfsSidecar& kept) {
+  constexpr std::string_view head =
       "<?xml version=\"1.0\" ?>\n<!DOCTYPE Xdmf SYSTEM \"Xdmf.dtd\" []>\n"
       "<Xdmf Version=\"2.0\" xmlns:xi=\"http://www.w3.org/2001/XInclude\">\n<Domain>\n"
       "<Grid Name=\"frames\" GridType=\"Collection\" CollectionType=\"Temporal\">\n";
-  return read_doubles(times.get(), 0, frames, sidecar.times.data());
-}
-
-int finish_sidecar(const std::string& hyfs_path, Sidecar& sidecar) {
-  sidecar.text += "</Grid>\n</Domain>\n</Xdmf>\n";
-  return replace_file(with_ending(found_path(hyfs_path), ".xmf"), sidecar.text);
+  constexpr std::string_view end = "</Grid>\n</Domain>\n</Xdmf>\n";
+  return replace_file(with_ending(found_path(hyfs_path), ".xmf"), {head, kept.text, end});
 }
 
 std::string heavy(const Sidecar& sidecar, const std::string& path, const std::string& dimensions,
@@ -108,12 +112,11 @@ std::string heavy(const Sidecar& sidecar, const std::string& path, const std::st
          ":" + escaped(path) + "</DataItem>";
 }
 
-// Values 0 to n - 1 of frame k.
+// Values 0 to n - 1 of frame k, the last one of n values a frame.
 std::string slab(const Sidecar& sidecar, const Field& field, std::size_t k, hsize_t n,
                  int precision) {
   const std::string count = std::to_string(n);
-  const std::string full =
-      std::to_string(field.shape.size[0]) + " " + std::to_string(field.shape.size[1]);
+  const std::string full = std::to_string(k + 1) + " " + count;
   return "<DataItem ItemType=\"HyperSlab\" Dimensions=\"" + count +
          "\" Type=\"HyperSlab\"><DataItem Dimensions=\"3 2\" Format=\"XML\">" + std::to_string(k) +
          " 0 1 1 1 " + count + "</DataItem>" +
@@ -198,10 +201,8 @@ std::string map_vector(const Sidecar& sidecar, const std::array<Field, 2>& pair,
                        hsize_t nodes) {
   const std::string n = std::to_string(nodes);
   const std::string x = slab(sidecar, pair[0], k, nodes, 4);
-  return "<DataItem ItemType=\"Function\" Function=\"JOIN($0,$1,$2)\" Dimensions=\"" + n + " 3\">" +
-         x + slab(sidecar, pair[1], k, nodes, 4) +
-         "<DataItem ItemType=\"Function\" Function=\"0*$0\" Dimensions=\"" + n + "\">" + x +
-         "</DataItem></DataItem>";
+  return "<DataItem ItemType=\"Function\" Function=\"JOIN($0,$1,0*$0)\" Dimensions=\"" + n +
+         " 3\">" + x + slab(sidecar, pair[1], k, nodes, 4) + "</DataItem>";
 }
 
 // ---- particles ----
@@ -278,12 +279,11 @@ std::string constant_slab(const Sidecar& sidecar, const Field& field, hsize_t n)
 }
 
 std::string particle_frame(const Sidecar& sidecar, const ParticleFields& fields, std::size_t k,
-                           hsize_t n) {
+                           double time, hsize_t n) {
   const std::string count = std::to_string(n);
-  std::string text = "<Grid Name=\"parcels\" GridType=\"Uniform\"><Time Value=\"" +
-                     shortest(sidecar.times[k]) + "\"/>\n<Topology TopologyType=\"Polyvertex\" " +
-                     "NumberOfElements=\"" + count +
-                     "\" NodesPerElement=\"1\"/>\n<Geometry GeometryType=\"X_Y_Z\">";
+  std::string text = "<Grid Name=\"parcels\" GridType=\"Uniform\"><Time Value=\"" + shortest(time) +
+                     "\"/>\n<Topology TopologyType=\"Polyvertex\" " + "NumberOfElements=\"" +
+                     count + "\" NodesPerElement=\"1\"/>\n<Geometry GeometryType=\"X_Y_Z\">";
   for (const Field& position : fields.positions) text += slab(sidecar, position, k, n, 8);
   text += "</Geometry>\n";
   for (const Field& field : fields.scalars) {
@@ -299,45 +299,59 @@ std::string particle_frame(const Sidecar& sidecar, const ParticleFields& fields,
 
 }  // namespace
 
-int hfwritemapsxmf_f(const std::string& hyfs_path) {
+int hfwritemapsxmf_f(const std::string& hyfs_path, HyfsSidecar& kept) {
   Sidecar sidecar;
-  if (const int status = open_sidecar(hyfs_path, sidecar); status < 0) return status;
+  if (const int status = open_sidecar(hyfs_path, kept, sidecar); status < 0) return status;
   const Id node = open_below(sidecar.root.get(), "mesh_node_x");
   const Id face = open_below(sidecar.root.get(), "mesh_face_nodes");
   if (!node.good() || !face.good()) return hyfs_does_not_exist;
   const hsize_t nodes = length_of(node.get());
   const std::string geometry = map_geometry(sidecar, nodes, length_of(face.get()));
   const MapFields fields = find_map_fields(sidecar, nodes);
-  for (std::size_t k = 0; k < sidecar.times.size(); ++k) {
-    sidecar.text += "<Grid Name=\"mesh\" GridType=\"Uniform\"><Time Value=\"" +
-                    shortest(sidecar.times[k]) + "\"/>\n" + geometry;
+  for (const double time : sidecar.times) {
+    const std::size_t k = kept.frames++;
+    kept.text += "<Grid Name=\"mesh\" GridType=\"Uniform\"><Time Value=\"" + shortest(time) +
+                 "\"/>\n" + geometry;
     for (const Field& field : fields.scalars) {
       if (!has_frame(field, k)) continue;
-      sidecar.text += attribute(field.name, "Scalar", slab(sidecar, field, k, nodes, 4));
+      kept.text += attribute(field.name, "Scalar", slab(sidecar, field, k, nodes, 4));
     }
     for (const auto& [name, pair] : fields.vectors) {
       if (!has_frame(pair[0], k) || !has_frame(pair[1], k)) continue;
-      sidecar.text += attribute(name, "Vector", map_vector(sidecar, pair, k, nodes));
+      kept.text += attribute(name, "Vector", map_vector(sidecar, pair, k, nodes));
     }
-    sidecar.text += "</Grid>\n";
+    kept.text += "</Grid>\n";
   }
-  return finish_sidecar(hyfs_path, sidecar);
+  return finish_sidecar(hyfs_path, kept);
 }
 
-int hfwriteparticlesxmf_f(const std::string& hyfs_path) {
+int hfwriteparticlesxmf_f(const std::string& hyfs_path, HyfsSidecar& kept) {
   Sidecar sidecar;
-  if (const int status = open_sidecar(hyfs_path, sidecar); status < 0) return status;
+  if (const int status = open_sidecar(hyfs_path, kept, sidecar); status < 0) return status;
   ParticleFields fields;
   if (const int status = find_particle_fields(sidecar, fields); status < 0) return status;
-  for (std::size_t k = 0; k < sidecar.times.size() && k < fields.born.size(); ++k) {
+  for (const double time : sidecar.times) {
+    const std::size_t k = kept.frames;
+    if (k >= fields.born.size()) break;
+    ++kept.frames;
     const hsize_t n = fields.born[k] < 0 ? 0 : static_cast<hsize_t>(fields.born[k]);
     bool whole = n > 0;
     for (const Field& position : fields.positions) {
       whole = whole && has_frame(position, k) && position.shape.size[1] >= n;
     }
-    if (whole) sidecar.text += particle_frame(sidecar, fields, k, n);
+    if (whole) kept.text += particle_frame(sidecar, fields, k, time, n);
   }
-  return finish_sidecar(hyfs_path, sidecar);
+  return finish_sidecar(hyfs_path, kept);
+}
+
+int hfwritemapsxmf_f(const std::string& hyfs_path) {
+  HyfsSidecar nothing;
+  return hfwritemapsxmf_f(hyfs_path, nothing);
+}
+
+int hfwriteparticlesxmf_f(const std::string& hyfs_path) {
+  HyfsSidecar nothing;
+  return hfwriteparticlesxmf_f(hyfs_path, nothing);
 }
 
 }  // namespace dfl

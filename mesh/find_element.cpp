@@ -1,6 +1,7 @@
 #include "mesh/find_element.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstddef>
@@ -102,19 +103,41 @@ int search_cell(const MeshState& mesh, const ElementGrid::Cell& cell, double x_i
   }
 }
 
-// Asks for the cell of a place in the first lattice; any place will do, no number included.
-// Inline, as g++ takes a call that only asks for memory for one without effect and drops it.
-[[gnu::always_inline]] inline void fetch_cell(const ElementGrid& grid, const PlanePoint& place) {
+// The cell of the mesh-wide lattice that a point is looked up in; nullptr outside the mesh.
+const ElementGrid::Cell* first_cell(const ElementGrid& grid, double x, double y) {
+  if (!(x >= grid.x_min && x <= grid.x_max && y >= grid.y_min && y <= grid.y_max)) return nullptr;
   const ElementGrid::Lattice& lattice = grid.lattices.front();
-  const LatticePlace column = lattice_column(lattice, place.x), row = lattice_row(lattice, place.y);
-  const char* cell =
-      reinterpret_cast<const char*>(&grid.cells[cell_number(lattice, column.index, row.index)]);
-  __builtin_prefetch(cell);
-  __builtin_prefetch(cell + sizeof(ElementGrid::Cell) / 2);
+  return &grid.cells[cell_number(lattice, lattice_column(lattice, x).index,
+                                 lattice_row(lattice, y).index)];
 }
 
-int find(const MeshState& mesh, double x, double y) {
+// Inlined by order: gcc 12 takes a function that only prefetches for one that does nothing.
+[[gnu::always_inline]] inline void prefetch_cell(const ElementGrid::Cell* cell) {
+  if (cell == nullptr) return;
+  const char* bytes = reinterpret_cast<const char*>(cell);
+  constexpr std::size_t cache_line = 64;
+  for (std::size_t at = 0; at < sizeof *cell; at += cache_line) __builtin_prefetch(bytes + at);
+}
+
+// Prefetches the cells of the finer lattices at a point, from its cell of the mesh-wide one.
+[[gnu::always_inline]] inline void prefetch_finer_cells(const ElementGrid& grid,
+                                                        const ElementGrid::Cell* cell, double x,
+                                                        double y) {
+  while (cell != nullptr && cell->element[0] < 0) {
+    const ElementGrid::List& list = grid.others[static_cast<std::size_t>(-1 - cell->element[0])];
+    if (list.count != ElementGrid::finer_lattice) return;
+    const ElementGrid::Lattice& lattice = grid.lattices[static_cast<std::size_t>(list.first)];
+    const int column = lattice_column(lattice, x).index, row = lattice_row(lattice, y).index;
+    cell = &grid.cells[cell_number(lattice, column, row)];
+    prefetch_cell(cell);
+  }
+}
+
+}  // namespace
+
+int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
   const ElementGrid& grid = mesh.grid;
+  if (!grid.built) return mesh.NUMelem < 1 ? 0 : walk(mesh, x, y);
   // Also false for a coordinate that is no number.
   if (!(x >= grid.x_min && x <= grid.x_max && y >= grid.y_min && y <= grid.y_max)) return 0;
   const ElementGrid::Lattice& lattice = grid.lattices.front();
@@ -124,27 +147,24 @@ int find(const MeshState& mesh, double x, double y) {
   return search_cell(mesh, cell, column.in_cell, row.in_cell, x, y);
 }
 
-}  // namespace
-
-int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
-  if (!mesh.grid.built) return mesh.NUMelem < 1 ? 0 : walk(mesh, x, y);
-  return find(mesh, x, y);
-}
-
-void FIND_ELEMENTS(const MeshState& mesh, std::span<const PlanePoint> places,
-                   std::span<int> elements) {
-  if (!mesh.grid.built) {
-    for (std::size_t k = 0; k < places.size(); ++k) {
-      elements[k] = FIND_ELEMENT(mesh, places[k].x, places[k].y);
+void find_elements(const MeshState& mesh, const double* x, const double* y, int count,
+                   int* elements) {
+  const ElementGrid& grid = mesh.grid;
+  constexpr std::size_t small_grid = 8192;  // cells; 1 MB stays in the cache by itself
+  const bool prefetch = grid.built && grid.cells.size() > small_grid;
+  constexpr int block = 64;  // points on the way at a time; their cells fit into the first cache
+  std::array<const ElementGrid::Cell*, block> cells;
+  for (int first = 0; first < count; first += block) {
+    const int end = std::min(count, first + block);
+    for (int i = first; i < end && prefetch; ++i) {
+      const ElementGrid::Cell* cell = first_cell(grid, x[i], y[i]);
+      cells[static_cast<std::size_t>(i - first)] = cell;
+      prefetch_cell(cell);
     }
-    return;
-  }
-  constexpr std::size_t ahead = 20;  // places, with two requests each
-  const std::size_t first = std::min(ahead, places.size());
-  for (std::size_t k = 0; k < first; ++k) fetch_cell(mesh.grid, places[k]);
-  for (std::size_t k = 0; k < places.size(); ++k) {
-    if (k + ahead < places.size()) fetch_cell(mesh.grid, places[k + ahead]);
-    elements[k] = find(mesh, places[k].x, places[k].y);
+    for (int i = first; i < end && prefetch; ++i) {
+      prefetch_finer_cells(grid, cells[static_cast<std::size_t>(i - first)], x[i], y[i]);
+    }
+    for (int i = first; i < end; ++i) elements[i] = FIND_ELEMENT(mesh, x[i], y[i]);
   }
 }
 

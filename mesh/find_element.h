@@ -2,8 +2,6 @@
 
 // Location of a point in the mesh.
 
-#include <span>
-
 #include "mesh/mesh_state.h"
 
 namespace dfl {
@@ -14,15 +12,10 @@ namespace dfl {
 // mesh.
 int FIND_ELEMENT(const MeshState& mesh, double x, double y);
 
-struct PlanePoint {
-  double x = 0.0, y = 0.0;  // mesh units
-};
-
-// FIND_ELEMENT of each place, in order; elements has as many entries as places. Faster than one
-// call a place where the mesh is larger than the cache: the grid cells of places ahead are fetched
-// while those in hand are searched.
-void FIND_ELEMENTS(const MeshState& mesh, std::span<const PlanePoint> places,
-                   std::span<int> elements);
+// FIND_ELEMENT for each of `count` points: `elements` takes the same numbers. Faster than one after
+// the other where the search grid is larger than the cache.
+void find_elements(const MeshState& mesh, const double* x, const double* y, int count,
+                   int* elements);
 
 // Builds mesh.grid; needs the bounding boxes and SORTxmin.
 void BUILD_ELEMENT_GRID(MeshState& mesh);

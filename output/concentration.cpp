@@ -43,6 +43,17 @@ Directions directions_of(int step) {
   return directions;
 }
 
+// The cells of one ring of a cloud.
+struct Ring {
+  std::vector<double> x, y, r2;  // position, squared distance from the parcel
+  std::vector<int> element;
+
+  void resize(std::size_t cells) {
+    for (std::vector<double>* values : {&x, &y, &r2}) values->resize(cells);
+    element.resize(cells);
+  }
+};
+
 // The cloud of one parcel: mass by element, kept for the elements that it meets.
 struct Cloud {
   std::vector<double> mass;            // by element number
@@ -56,8 +67,7 @@ struct Cloud {
 };
 
 void spread(const MeshState& mesh, const std::vector<Directions>& by_step, int method,
-            const Parcel& parcel, float K, Cloud& cloud) {
-  const float A = parcel.MASS * 0.25f / 3.14159f / K / parcel.Age;  // peak, kg/m2
+            const Parcel& parcel, float K, float A, Ring& ring, Cloud& cloud) {
   const double four_Kt = 4.0 * static_cast<double>(K) * static_cast<double>(parcel.Age);  // m2
   const double dr = std::sqrt(four_Kt * rim_exponent) / rings;
   for (int n = 0; n <= rings; ++n) {
@@ -65,11 +75,19 @@ void spread(const MeshState& mesh, const std::vector<Directions>& by_step, int m
     const int a = angle_step(method, n);
     const Directions& directions = by_step[static_cast<std::size_t>(a)];
     const double cell_area = 0.5 * (r_out * r_out - r_in * r_in) * a / degrees_per_radian;
-    for (std::size_t j = 0; j < directions.cosine.size(); ++j) {
+    const std::size_t cells = directions.cosine.size();
+    ring.resize(cells);
+    for (std::size_t j = 0; j < cells; ++j) {
       const double dx = r * directions.cosine[j], dy = r * directions.sine[j];
-      const int e = FIND_ELEMENT(mesh, parcel.X + dx, parcel.Y + dy);
-      const double m =
-          static_cast<double>(A) * std::exp(-(dx * dx + dy * dy) / four_Kt) * cell_area;
+      ring.x[j] = parcel.X + dx;
+      ring.y[j] = parcel.Y + dy;
+      ring.r2[j] = dx * dx + dy * dy;
+    }
+    find_elements(mesh, ring.x.data(), ring.y.data(), static_cast<int>(cells), ring.element.data());
+    for (const int e : ring.element) __builtin_prefetch(&cloud.mass[static_cast<std::size_t>(e)]);
+    for (std::size_t j = 0; j < cells; ++j) {
+      const int e = ring.element[j];
+      const double m = static_cast<double>(A) * std::exp(-ring.r2[j] / four_Kt) * cell_area;
       if (e == 0) {
         cloud.outside += m;
       } else {
@@ -142,18 +160,21 @@ void CONC_GAUSSIAN(RunState& run) {
   for (int step = 1; step <= 10; ++step)
     by_step[static_cast<std::size_t>(step)] = directions_of(step);
   std::vector<double> element_mass = no_mass(run.mesh);
+  Ring ring;
   Cloud cloud;
   cloud.mass = no_mass(run.mesh);
   for_moving_parcels(run.parcels, [&](const Parcel& parcel) {
-    if (!(K * parcel.Age > 0.0f)) {  // not spread yet
+    const float A = parcel.MASS * 0.25f / 3.14159f / K / parcel.Age;  // peak, kg/m2
+    if (!(K * parcel.Age > 0.0f) || !std::isfinite(A)) {              // not spread yet
       const int e = FIND_ELEMENT(run.mesh, parcel.X, parcel.Y);
       if (e != 0) element_mass[static_cast<std::size_t>(e)] += static_cast<double>(parcel.MASS);
       return;
     }
     cloud.inside = cloud.outside = 0.0;
     cloud.met.clear();
-    spread(run.mesh, by_step, s.concentration_method, parcel, K, cloud);
+    spread(run.mesh, by_step, s.concentration_method, parcel, K, A, ring, cloud);
     const double factor = cloud.inside > 0.0 ? (cloud.inside + cloud.outside) / cloud.inside : 0.0;
+    for (int e : cloud.met) __builtin_prefetch(&element_mass[static_cast<std::size_t>(e)], 1);
     for (int e : cloud.met) {
       element_mass[static_cast<std::size_t>(e)] += cloud.mass[static_cast<std::size_t>(e)] * factor;
       cloud.mass[static_cast<std::size_t>(e)] = 0.0;

@@ -59,8 +59,8 @@ void close_particles(const RunState& run, const OpenParticles& open) {
 }
 
 // A viewer's sidecar is not worth a run: its failure is only noted.
-void write_sidecar(const RunState& run, const std::string& path) {
-  if (hfwriteparticlesxmf_f(path) < 0) {
+void write_sidecar(RunState& run, const std::string& path) {
+  if (hfwriteparticlesxmf_f(path, run.output.parcel_sidecar) < 0) {
     echo_warning(run.messages, "the .xmf file beside \"" + path + "\" could not be written");
   }
 }
@@ -122,6 +122,7 @@ void create_hyfs_parcels(RunState& run) {
   }
   check_hyfs(run.messages, hfclosegroup_f(group), "HF_CLOSE_GROUP error", path);
   check_hyfs(run.messages, hfclosefile_f(file), "HF_CLOSE_FILE(particles) error", path);
+  run.output.parcel_sidecar = HyfsSidecar();
   write_sidecar(run, path);  // one of an earlier run would tell of frames that are gone
 }
 
@@ -179,6 +180,7 @@ void FINISH_HYFS_PARCELS(RunState& run) {
                open.path);
   }
   close_particles(run, open);
+  run.output.parcel_sidecar = HyfsSidecar();  // every frame shows the constants
   write_sidecar(run, open.path);
 }
 

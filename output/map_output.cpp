@@ -96,7 +96,7 @@ void WRITE_HYFS_MAPS(RunState& run) {
   }
   check_hyfs(run.messages, hfclosefile_f(file), "HF_CLOSE_FILE(maps) error", path);
   // A viewer's sidecar is not worth a run: its failure is only noted.
-  if (hfwritemapsxmf_f(path) < 0) {
+  if (hfwritemapsxmf_f(path, run.output.map_sidecar) < 0) {
     echo_warning(run.messages, "the .xmf file beside \"" + path + "\" could not be written");
   }
 }

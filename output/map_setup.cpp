@@ -128,6 +128,7 @@ void create_hyfs_maps(RunState& run) {
     if (hyfs_map_selected(run, field)) create_map_dataset(run, file, field, julian_day, path);
   }
   check_hyfs(run.messages, hfclosefile_f(file), "HF_CLOSE_FILE(maps) error", path);
+  run.output.map_sidecar = HyfsSidecar();
 }
 
 void create_tecplot_maps(RunState& run) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "control/array.h"
+#include "dataset/hyfs.h"
 
 namespace dfl {
 
@@ -20,10 +21,11 @@ struct OutputState {
   int hyfs_parcel_frames = 0;
   int ensim_parcel_frames = 0;
   int ensim_map_frames = 0;
-  Array<float> parcel_work;   // one value a parcel, NUMparcels entries
-  Array<float> scalar_work;   // one value a node
-  Array2<float> vector_work;  // two values a node
-  Array<double> CONCnode;     // concentration at the nodes in concentration_units
+  HyfsSidecar parcel_sidecar, map_sidecar;  // text of the frames so far
+  Array<float> parcel_work;                 // one value a parcel, NUMparcels entries
+  Array<float> scalar_work;                 // one value a node
+  Array2<float> vector_work;                // two values a node
+  Array<double> CONCnode;                   // concentration at the nodes in concentration_units
 };
 
 }  // namespace dfl

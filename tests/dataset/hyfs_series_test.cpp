@@ -415,7 +415,9 @@ TEST(HyfsSidecar, HoldsAGridOfItsOwnSizeForEachFrameAndNamesTheFileBesideIt) {
   EXPECT_EQ(count_of(text, "<Time Value=\"600.25\"/>"), 1u);
   EXPECT_EQ(count_of(text, "NumberOfElements=\"1\""), 1u);
   EXPECT_EQ(count_of(text, "NumberOfElements=\"2\""), 1u);
-  EXPECT_EQ(count_of(text, "Dimensions=\"2 2\">a &amp; b_particles.h5:/x<"), 2u);
+  // The size that the dataset had with the frame.
+  EXPECT_EQ(count_of(text, "Dimensions=\"1 1\">a &amp; b_particles.h5:/x<"), 1u);
+  EXPECT_EQ(count_of(text, "Dimensions=\"2 2\">a &amp; b_particles.h5:/x<"), 1u);
   EXPECT_EQ(count_of(text, "<Attribute Name=\"speed\""), 2u);
   EXPECT_FALSE(std::filesystem::exists(folder.path("a & b_particles.xmf.part")));
 }
@@ -440,6 +442,47 @@ TEST(HyfsSidecar, MapsShowTheMeshScalarsAndJoinedVectorsOfWholeFrames) {
   EXPECT_EQ(count_of(text, "<Attribute Name=\"flow\" AttributeType=\"Vector\""), 1u);
   EXPECT_EQ(count_of(text, "<Attribute Name=\"flow_x\""), 0u);
   EXPECT_EQ(count_of(text, "GeometryType=\"X_Y_Z\""), 2u);
+}
+
+// Frame after frame with the text of the former ones kept, against the file written from nothing.
+TEST(HyfsSidecar, KeptTextGivesTheSameFileAtEveryFrame) {
+  const TemporaryFolder folder;
+  const std::string maps = folder.path("m_maps.h5"), particles = folder.path("m_particles.h5");
+  const HyfsHandle file = create(maps, "maps");
+  ASSERT_EQ(hfwritemesh_f(file, {{0, 1, 0}, {0, 0, 1}, {-1, -2, -3}, {1, 2, 3}}), 0);
+  scalar(file, "bed", HyfsDatasetInfo());
+  HyfsHandle flow = 0;
+  ASSERT_EQ(hfcreatevectordataset_f(file, "flow", HyfsDatasetInfo(), flow), 0);
+  EXPECT_EQ(hfclosefile_f(file), 0);
+  create_particles(particles, "run_particles");
+  HyfsSidecar kept_maps, kept_particles;
+  std::vector<double> positions;
+  for (int frame = 0; frame < 4; ++frame) {
+    const HyfsHandle again = open(maps, false);
+    const std::vector<float> pairs{1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(write(group_at(again, "bed"), 60.0 * frame, {1, 2, 3}), 0);
+    EXPECT_EQ(hfwritevectortimestep_f(group_at(again, "flow"), 60.0 * frame, pairs.data(), 3), 0);
+    EXPECT_EQ(hfclosefile_f(again), 0);
+    if (frame != 1) positions.insert(positions.end(), {1.0, 2.0, 3.0});  // none is born in frame 1
+    write_frame(particles, "run_particles", {60.0 * frame, positions});
+
+    ASSERT_EQ(hfwritemapsxmf_f(maps, kept_maps), 0);
+    ASSERT_EQ(hfwriteparticlesxmf_f(particles, kept_particles), 0);
+    const std::string maps_text = test::read_text(folder.path("m_maps.xmf"));
+    const std::string particles_text = test::read_text(folder.path("m_particles.xmf"));
+    EXPECT_EQ(count_of(maps_text, "<Grid Name=\"mesh\""), static_cast<std::size_t>(frame) + 1);
+    ASSERT_EQ(hfwritemapsxmf_f(maps), 0);
+    ASSERT_EQ(hfwriteparticlesxmf_f(particles), 0);
+    EXPECT_EQ(test::read_text(folder.path("m_maps.xmf")), maps_text) << frame;
+    EXPECT_EQ(test::read_text(folder.path("m_particles.xmf")), particles_text) << frame;
+  }
+  // Text kept of a longer file is of no use.
+  create_particles(particles, "run_particles");
+  write_frame(particles, "run_particles", {5.0, {1, 2, 3}});
+  ASSERT_EQ(hfwriteparticlesxmf_f(particles, kept_particles), 0);
+  const std::string text = test::read_text(folder.path("m_particles.xmf"));
+  EXPECT_EQ(count_of(text, "<Time Value="), 1u);
+  EXPECT_EQ(count_of(text, "<Time Value=\"5\"/>"), 1u);
 }
 
 TEST(HyfsSidecar, FilesOfTheOtherKindAreRefused) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <limits>
 
@@ -46,16 +45,17 @@ std::vector<std::pair<double, double>> trial_points(const MeshState& mesh, unsig
 
 void compare_with_walk(RunState& run, const std::string& what) {
   int found = 0;
-  std::vector<PlanePoint> places;
+  std::vector<double> xs, ys;
   std::vector<int> expected;
   for (const auto& [x, y] : trial_points(run.mesh, 11)) {
-    places.push_back({x, y});
+    xs.push_back(x);
+    ys.push_back(y);
     expected.push_back(test::literal_find_element(run.mesh, x, y));
     ASSERT_EQ(FIND_ELEMENT(run.mesh, x, y), expected.back()) << what << " at " << x << ' ' << y;
     found += expected.back() != 0 ? 1 : 0;
   }
-  std::vector<int> elements(places.size(), -1);
-  FIND_ELEMENTS(run.mesh, places, elements);
+  std::vector<int> elements(xs.size(), -1);
+  find_elements(run.mesh, xs.data(), ys.data(), static_cast<int>(xs.size()), elements.data());
   EXPECT_EQ(elements, expected) << what;
   EXPECT_GT(found, 300) << what;
 }
@@ -193,7 +193,7 @@ TEST(FindElement, NumbersThatAreNoPlaceGiveNoElement) {
                              {1e300, 1e300}}) {
     EXPECT_EQ(FIND_ELEMENT(run.mesh, x, y), 0);
     int element = -1;
-    FIND_ELEMENTS(run.mesh, std::array{PlanePoint{x, y}}, std::span(&element, 1));
+    find_elements(run.mesh, &x, &y, 1, &element);
     EXPECT_EQ(element, 0);
   }
   const MeshState empty;
