@@ -8,39 +8,6 @@ namespace dfl {
 
 namespace {
 
-constexpr float gradient_step = 0.01f;  // m
-
-// Vertical walk: drift up the gradient of the diffusivity, and scatter, m.
-double vertical_walk(const Settings& set, const TrackFields& fields, const Stage& s, float factor) {
-  const auto Ev = [&](float z) { return EV_VERTICAL(set, s.H, z, s.su, factor); };
-  const float h0 = s.h0, top = s.H - gradient_step;
-  const float Ev0 = Ev(h0);
-  float gradient = 0.0f;
-  if (gradient_step < h0 && h0 < top) {
-    gradient = (Ev(h0 + gradient_step) - Ev(h0 - gradient_step)) / (2.0f * gradient_step);
-  } else if (h0 <= gradient_step && h0 <= top) {
-    gradient = (Ev(h0 + gradient_step) - Ev0) / gradient_step;
-  } else if (h0 >= gradient_step && h0 >= top) {
-    gradient = (Ev0 - Ev(h0 - gradient_step)) / gradient_step;
-  }
-  return static_cast<double>(gradient + s.walk.w4 * walk_scale(Ev0, fields.dt8)) * fields.dt8;
-}
-
-// Adds current and walk in the plane, m.
-void plane_displacement(const Settings& set, const TrackFields& fields, const Stage& s,
-                        float factor, double& dx, double& dy) {
-  const double dt = fields.dt8;
-  double rx = 0.0, ry = 0.0;
-  if (!set.no_random_walk) {
-    const float Et = ET_HORIZONTAL(set, s.H, s.ustar, factor);
-    const float sh = Et == set.etmin ? fields.sh_etmin : walk_scale(Et, fields.dt8);
-    rx = static_cast<double>(s.walk.w2 * sh) * dt;
-    ry = static_cast<double>(s.walk.w3 * sh) * dt;
-  }
-  dx = static_cast<double>(s.u * s.fr) * dt + rx;
-  dy = static_cast<double>(s.v * s.fr) * dt + ry;
-}
-
 // A parcel on the bed: it stays or is picked up. `absolute` and the start are set already.
 void leave_bed(const RunState& run, const TrackFields& fields, const Parcel& parcel, Stage& s,
                RandomStream& random) {
@@ -130,23 +97,15 @@ void DISPLACEMENT(const RunState& run, const TrackFields& fields, const Parcel& 
     return;
   }
 
-  s.absolute = false;
-  if (s.hs > s.H) s.h0 = s.H;
   const float factor = breaking_factor(set, s.Db, s.Hw);
-  double dx = 0.0, dy = 0.0;
-  plane_displacement(set, fields, s, factor, dx, dy);
-  s.dx = dx;
-  s.dy = dy;
-  if (advection == AdvectionMethod::d2) {
-    s.dz = static_cast<double>(s.hc);
+  if (advection != AdvectionMethod::d2) {
+    displace_grain(set, fields, parcel, s, factor);
     return;
   }
-  const double rz = set.no_random_walk ? 0.0 : vertical_walk(set, fields, s, factor);
-  // A grain that moves below the centre of motion is drawn up to it.
-  const bool drawn_up = advection == AdvectionMethod::q3d && parcel.RHOs > s.rho &&
-                        !(s.MOBILITY < 1.0f) && !(s.hc <= s.h0);
-  const float rise = drawn_up ? s.w + parcel.Ws : s.w - parcel.Ws;
-  s.dz = static_cast<double>(rise) * fields.dt8 + rz;
+  s.absolute = false;
+  if (s.hs > s.H) s.h0 = s.H;
+  plane_displacement(set, fields, s, factor, s.dx, s.dy);
+  s.dz = static_cast<double>(s.hc);
 }
 
 }  // namespace dfl

@@ -47,30 +47,42 @@ inline bool centroid_is_low(float H, float S, float KStotal, float KSgrain, floa
 }
 
 // Height of the centre of motion, m, as SUSPENDED_LAYER gives it with a logarithmic profile; good
-// to 1 %. All lengths in m, speeds in m/s. Below 0 where it is not sure.
-inline float estimate_centroid(float H, float Ws, float S, float MOBILITY, float KStotal,
-                               float KSgrain, float ustar) {
+// to 1 %. log_total, log_grain: logarithms to base 2 of the depth over the total and over the grain
+// roughness; all lengths in m, speeds in m/s. Below 0 where it is not sure.
+[[gnu::always_inline]] inline float estimate_centroid(float log_total, float log_grain, float Ws,
+                                                      float S, float MOBILITY, float KStotal,
+                                                      float ustar) {
   constexpr float no_estimate = -1.0f;
   const float r = ustar / Ws;
-  const float total_depth = H / KStotal, grain_depth = H / KSgrain;
   if (!(r > 1.0e-3f && r < 1.0e4f && ustar > 1.0e-5f && S < 100.0f && MOBILITY >= 1.0f &&
-        total_depth > 1.0f && total_depth < 1.0e9f && grain_depth >= 1.0f &&
-        grain_depth < 1.0e9f)) {
+        log_total > 0.0f && log_total < 30.0f && log_grain >= 0.0f && log_grain < 30.0f)) {
     return no_estimate;
   }
   const float log_r = estimate_log2(r);
-  const float log_depth = estimate_log2(total_depth);
-  // q and g: exponentials of twice the arguments of the hyperbolic tangents.
+  // q and g: exponentials of twice the arguments of the hyperbolic tangents. Their quotients
+  // (q - 1) / (q + 1) and g / (1 + g) share a division.
   const float q = estimate_exp2(std::min(2.4f * (1.3219281f - log_r) - 1.154156f, 60.0f));
   const float g = estimate_exp2(std::min(2.6f * log_r - 1.1253021f, 60.0f));
-  const float t = (q - 1.0f) / (q + 1.0f);
-  const float fs = g / (1.0f + g);
-  const float suspended = 1.7328680f * (log_depth + 0.2558028f - 3.5876823f * t);
-  const float ustarc = S / (1.7309225f * estimate_log2(grain_depth) + 6.0f);
-  const float rolling = (10.0f - 7.0f / std::sqrt(MOBILITY)) * ustarc / ustar;
+  const float both = 1.0f / ((q + 1.0f) * (1.0f + g));
+  const float t = (q - 1.0f) * (1.0f + g) * both;
+  const float fs = g * (q + 1.0f) * both;
+  const float suspended = 1.7328680f * (log_total + 0.2558028f - 3.5876823f * t);
+  const float rolling =
+      (10.0f - 7.0f / std::sqrt(MOBILITY)) * S / ((1.7309225f * log_grain + 6.0f) * ustar);
   const float speed = suspended * fs + (1.0f - fs) * rolling;
   if (!(speed > -30.0f && speed < 100.0f)) return no_estimate;
   return KStotal * estimate_exp2(0.57772648f * speed - 4.9106734f);
+}
+
+// The same from the depths over the roughnesses.
+inline float estimate_centroid_at(float total_depth, float grain_depth, float Ws, float S,
+                                  float MOBILITY, float KStotal, float ustar) {
+  if (!(total_depth > 1.0f && total_depth < 1.0e9f && grain_depth >= 1.0f &&
+        grain_depth < 1.0e9f)) {
+    return -1.0f;
+  }
+  return estimate_centroid(estimate_log2(total_depth), std::max(estimate_log2(grain_depth), 0.0f),
+                           Ws, S, MOBILITY, KStotal, ustar);
 }
 
 // True if the stress of a current (U, V) without waves on a parcel in motion is above its critical

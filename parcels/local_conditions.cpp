@@ -12,8 +12,7 @@ namespace dfl {
 
 namespace {
 
-constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees with pi as 3.14159
-constexpr float least_roughness = 0.01f;      // of VAN_RIJN, m
+constexpr float least_roughness = 0.01f;  // of VAN_RIJN, m
 
 // TAUCR_SOULSBY of a material denser than water whose grain_scale is known.
 float threshold_stress(float rho, float RHOs, float scale, float D) {
@@ -91,23 +90,12 @@ void find_waves(const RunState& run, Stage& s, WavesHere& waves) {
   waves.phi = phi;
 }
 
-// With no waves WAVE_FRICTION gives both coefficients as the drag of the current alone wherever the
-// attenuation by its least orbital velocity, 1e-10 m/s, is lost in the last place: speeds of 0.01
-// m/s and more, directions not too near an axis (a component of exactly 0 carries no stress), and
-// a drag in the usual range.
-bool current_alone(const Stage& s, float Cd) {
-  if (!(s.S >= 0.01f && Cd >= 1.0e-4f && Cd <= 1.0f)) return false;
-  const float au = std::abs(s.U), av = std::abs(s.V);
-  const float small = std::min(au, av), large = std::max(au, av);
-  return small == 0.0f || large <= 1000.0f * small;
-}
-
 // Stress of a current without waves, Pa. The sum with a wave stress of 0 takes the root of its
 // square once more, which gives the same number, or 0 or infinity where the square does not fit.
 float calm_stress(const Stage& s) {
   const float log_drag = 0.4f / (std::log(s.KSgrain / 30.0f / s.H) + 1.0f);
   float Cdx = log_drag * log_drag, Cdy = Cdx;
-  if (!current_alone(s, Cdx)) {
+  if (!current_alone(s.U, s.V, s.S, Cdx)) {
     const WaveFriction friction =
         WAVE_FRICTION(1.0f, 1.0f, s.H, s.KSgrain, 0.0f, 0.0f, 0.0f, s.U, s.V, s.rho);
     Cdx = friction.Cdx;
@@ -220,45 +208,6 @@ float pickup_chance(const RunState& run, const TrackFields& fields, const Parcel
     e2 = held(1.0f - s.BURIAL / delta, 0.0f, 1.0f);
   }
   return std::min(rate / parcel.D, 1.0f) * e2 * e1;
-}
-
-float estimate_pickup(const RunState& run, const TrackFields& fields, const Parcel& parcel,
-                      const Stage& s) {
-  const Settings& set = run.settings;
-  if (!s.Pu_wanted || !fields.uniform_water) return 0.0f;
-  const float excess = parcel.RHOs / s.rho - 1.0f;
-  const float D = parcel.D;
-  if (!(excess > 0.01f && set.rhos > s.rho + 1.0f && D > 1.0e-7f && s.f[at_D50] > 0.0f)) {
-    return 0.0f;
-  }
-  const float scale =
-      parcel.RHOs == set.rhos ? fields.cbrt_rhos : grain_scale(parcel.RHOs, s.rho, s.nu);
-  const auto threshold = [](float Ds) {
-    return 0.3f / (1.0f + 1.2f * Ds) +
-           0.055f * (1.0f - estimate_exp2(std::max(-0.028853901f * Ds, -100.0f)));
-  };
-  const float Dstar = D * scale;
-  const float theta = s.tau / (s.rho * gravity * excess * D);
-  const float theta_cr =
-      run.parcels.TAUgiven ? parcel.TAUcr / (gravity * s.rho * excess * D) : threshold(Dstar);
-  const float T = theta / theta_cr - 1.0f;
-  if (!(T > 0.1f && T < 1.0e6f && Dstar > 1.0e-3f && Dstar < 1.0e4f)) return 0.0f;
-
-  // Dstar cubed is the number under the root of 10.
-  const float rate = 0.00033f * T * std::sqrt(T) * estimate_exp2(0.3f * estimate_log2(Dstar)) *
-                     std::sqrt(excess * gravity * D);
-  const float tau_b =
-      gravity * (set.rhos - s.rho) * s.f[at_D50] * threshold(s.f[at_D50] * fields.cbrt_rhos);
-  const float delta =
-      (s.tau - tau_b) / ((1.0f - set.bed_porosity) * (set.rhos - s.rho) * gravity * tan_of_repose);
-  float e = 1.0f;
-  if (!(s.tau <= 0.95f * tau_b)) {
-    if (!(s.tau > 1.1f * tau_b)) return 0.0f;  // too near to tell
-    if (!(s.BURIAL < 0.5f * delta)) return 0.0f;
-    e = std::min(D / delta, 1.0f) * (1.0f - s.BURIAL / delta);
-  }
-  // The difference of stresses makes delta the least certain part.
-  return 0.9f * std::min(rate / D, 1.0f) * e;
 }
 
 bool LOCAL_CONDITIONS(const RunState& run, const TrackFields& fields, const Parcel& parcel,

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "mesh/find_element.h"
-#include "parcels/mesh_walk.h"
 
 namespace dfl {
 
@@ -240,46 +239,14 @@ int search(const RunState& run, const TrackFields& fields, const Stage& s, Place
   }
 }
 
-// Settles the element of the working position.
-void settle_element(const RunState& run, const TrackFields& fields, Stage& s) {
-  s.status = lost_off_mesh;
-  if (!(std::isfinite(s.x) && std::isfinite(s.y))) {
-    s.element = 0;
-    return;
-  }
-  s.status = 1;
-  const TrackElement& start = fields.elements(s.e0);
-  const EdgeValues f = edge_values(start, s.x, s.y);
-  s.element = s.e0;
-  if (holds(f)) return;
-  if (!start.wall) {
-    s.element = walk_to(fields.elements, s.e0, f, s.x, s.y);
-    if (s.element != 0) return;
-  }
+}  // namespace
+
+void search_element(const RunState& run, const TrackFields& fields, Stage& s) {
   Place place{s.x, s.y, 0};
   s.status = search(run, fields, s, place);
   s.x = place.x;
   s.y = place.y;
   s.element = place.element;
-}
-
-}  // namespace
-
-void PARCEL_LOCATE(const RunState& run, const TrackFields& fields, Stage& s) {
-  settle_element(run, fields, s);
-  if (s.status < 0) return;
-
-  // Height and elevation follow the depth and the bed.
-  const bool stayed =
-      s.absolute && s.sampled_start && s.element == s.e0 && s.x == s.Xs && s.y == s.Ys;
-  if (!stayed) sample_fields(run, fields, s);
-  s.sampled_start = false;
-  const float Hn = s.f[at_H], Bn = s.f[at_B];
-  if (Hn < s.height) s.height = 2.0f * Hn - s.height;  // mirrored at the surface
-  if (fields.advection != AdvectionMethod::d2) {
-    s.height = std::min(std::max(s.height - (s.B0 - Bn), 0.0f), Hn);
-  }
-  s.z = (s.z0 - s.h0) + (s.B0 - Bn) + s.height;
 }
 
 }  // namespace dfl

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "parcels/estimates.h"
+#include "parcels/centroid_estimate.h"
 #include "parcels/local_conditions.h"
 
 namespace dfl {
@@ -44,29 +44,6 @@ void find_centroid(const RunState& run, const TrackFields& fields, const Parcel&
   in.ustar = s.ustar;
   in.parcel = parcel_number(run, parcel);
   CENTROID_VAN_RIJN(run.messages, set.method.velocity, in, parcel.Ws, s.KSgrain, s.hc, s.fr);
-}
-
-// True if an estimate of the centre of motion tells all that its height decides for a grain in
-// motion: whether the grain is drawn up to it, and that it is not slowed down near the bed. hc is
-// then on its side of h0, but otherwise no more than an estimate.
-bool centroid_estimated(const RunState& run, const TrackFields& fields, const Parcel& parcel,
-                        Stage& s) {
-  constexpr float margin = 1.03f;
-  const float h0 = s.height > s.H ? s.H : s.h0;  // as DISPLACEMENT will have it
-  const float lowest = std::min(h0, s.height / 1.4f);
-  if (lowest > 0.5f * s.H && centroid_is_low(s.H, s.S, s.KStotal, s.KSgrain, s.ustar)) {
-    s.hc = 0.49f * s.H;
-    return true;
-  }
-  const float c = estimate_centroid(s.H, parcel.Ws, s.S, s.MOBILITY, s.KStotal, s.KSgrain, s.ustar);
-  if (!(c > 0.0f)) return false;
-  if (!(c * margin < h0 || c > margin * h0)) return false;
-  if (run.settings.bed_interaction && !(1.4f * margin * c < s.height) &&
-      !(estimate_pickup(run, fields, parcel, s) * c > margin * margin * parcel.Ws)) {
-    return false;
-  }
-  s.hc = c;
-  return true;
 }
 
 // Velocity near the bed where it is known.
@@ -168,13 +145,13 @@ void slow_near_bed(const RunState& run, const TrackFields& fields, const Parcel&
 }  // namespace
 
 void PARCEL_VELOCITY(const RunState& run, const TrackFields& fields, const Parcel& parcel,
-                     Stage& s) {
+                     bool estimate, Stage& s) {
   const Settings& set = run.settings;
   const AdvectionMethod advection = fields.advection;
   const VelocityMethod method = set.method.velocity;
   // In "3d" only a pick-up without scatter goes to the centre of motion.
   const bool centroid_read = advection != AdvectionMethod::d3 || set.debug;
-  const bool estimated = fields.estimates && !is_true(s.DORMANT) && s.MOBILITY >= 1.0f &&
+  const bool estimated = estimate && !is_true(s.DORMANT) && s.MOBILITY >= 1.0f &&
                          centroid_estimated(run, fields, parcel, s);
   if (centroid_read && !estimated) find_centroid(run, fields, parcel, s);
   if (advection != AdvectionMethod::d2) s.fr = 1.0f;

@@ -8,6 +8,7 @@
 #include "flow/vertical_profile.h"
 #include "parcels/mesh_walk.h"
 #include "parcels/track_parcel.h"
+#include "parcels/track_stage.h"
 
 namespace dfl {
 
@@ -115,9 +116,18 @@ void pack_settings(const RunState& run, TrackFields& fields) {
                      set.method.centroid == CentroidMethod::rouse && set.bed_porosity < 0.99f &&
                      (set.method.velocity == VelocityMethod::log ||
                       set.method.velocity == VelocityMethod::two_point);
+  fields.plain_grains = fields.estimates && set.method.velocity == VelocityMethod::log &&
+                        fields.uniform_water && fields.plain_calm && !set.wave_breaking &&
+                        !set.wave_mass_transport && !set.undertow && !set.debug;
   fields.dt8 = set.time_step;
   fields.dt = static_cast<float>(set.time_step);
   fields.cbrt_rhos = grain_scale(set.rhos, set.water_density, set.water_viscosity);
+  const float excess = set.rhos / set.water_density - 1.0f;
+  const bool sinks = excess > 0.01f;
+  fields.weight_rhos = sinks ? excess * gravity : 0.0f;
+  fields.least_excess = sinks ? 1.0f / (set.water_density * gravity * excess * 0.36f) : 0.0f;
+  fields.layer_scale =
+      (1.0f - set.bed_porosity) * (set.rhos - set.water_density) * gravity * tan_of_repose;
   fields.sh_etmin =
       static_cast<float>(std::sqrt(6.0 * static_cast<double>(set.etmin) / set.time_step));
   if (run.flow.FLOW2D) continuity_times(run, fields.time_new, fields.time_old);

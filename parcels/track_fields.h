@@ -31,8 +31,10 @@ enum NodeField : std::size_t {
   at_Db,                    // breaking dissipation
   at_ETAnew,                // m
   at_ETAold,                // m
-  node_fields
+  node_fields,
+  place_fields = 4,  // the first, with depth and bed: all that the end of a step reads
 };
+static_assert(at_H < place_fields && at_B < place_fields);
 using NodeValues = std::array<float, node_fields>;
 
 struct alignas(64) TrackNode {
@@ -74,12 +76,17 @@ struct TrackFields {
   bool plain_calm = true;       // a place without waves needs no wave quantity
   bool turbulent_draws = true;  // the stress of a stage draws a normal number
   bool passive_steps = false;   // track_passive serves parcels at or below water density
+  bool plain_grains = false;    // move_plain_grain serves grains in motion
   bool bed_may_keep = false;    // a parcel on the bed that is not picked up needs no velocity
   bool estimates = false;       // estimates of the centre of motion hold
   double dt8 = 0.0;             // s
   float dt = 0.0f;              // s
   float cbrt_rhos = 0.0f;       // dimensionless grain size of the bed material over its size, 1/m
   float sh_etmin = 0.0f;        // walk scale at the least diffusivity, m/s
+  // Of bed material in uniform water, for a lower bound of its pick-up.
+  float weight_rhos = 0.0f;   // acceleration of a grain under water, m/s2; 0 where not denser
+  float least_excess = 0.0f;  // Shields number over the highest threshold, times size over stress
+  float layer_scale = 0.0f;   // stress over the thickness of the mobile layer, Pa/m
   double time_new = 0.0, time_old = 0.0;  // of the flow frames, s
 };
 

@@ -8,6 +8,7 @@
 #include "parcels/look_ahead.h"
 #include "parcels/parcel_locate.h"
 #include "parcels/parcel_velocity.h"
+#include "parcels/plain_grain.h"
 #include "parcels/track_passive.h"
 
 namespace dfl {
@@ -63,7 +64,7 @@ void move_parcel(const RunState& run, const TrackFields& fields, Parcel& parcel,
       stay_at_start(s);
       return;
     }
-    PARCEL_VELOCITY(run, fields, parcel, s);
+    PARCEL_VELOCITY(run, fields, parcel, fields.estimates, s);
   } else {
     LIGHT_VELOCITY(run, fields, parcel, s);
   }
@@ -150,14 +151,17 @@ TrackReport TRACK_PARCEL(const RunState& run, const TrackFields& fields, int ord
   bool landed = false;  // came down in an earlier stage of this step
   for (int i = 1;; ++i) {
     s.DTsub = static_cast<double>(i) * fields.dt8 / static_cast<double>(order);
-    if (!LOCAL_CONDITIONS(run, fields, parcel, s, random)) {
+    const bool moved = fields.plain_grains && s.DORMANT == logical_false &&
+                       parcel.RHOs > run.settings.water_density &&
+                       move_plain_grain(run, fields, parcel, s, random);
+    if (!moved && !LOCAL_CONDITIONS(run, fields, parcel, s, random)) {
       settle_gauss(s.gauss, random);
       parcel.DORMANT = s.DORMANT;
       report.dry = true;
       return report;
     }
     if (i == 1) s.B0 = s.f[at_B];
-    move_parcel(run, fields, parcel, s, random);
+    if (!moved) move_parcel(run, fields, parcel, s, random);
     const std::size_t k = static_cast<std::size_t>(i) - 1;
     rk.x[k] = s.dx;
     rk.y[k] = s.dy;
@@ -174,7 +178,7 @@ TrackReport TRACK_PARCEL(const RunState& run, const TrackFields& fields, int ord
       combine(fields, parcel, rk, k, s);
     }
     s.height = std::max(s.height, 0.0f);
-    PARCEL_LOCATE(run, fields, s);
+    PARCEL_LOCATE(run, fields, last, s);
     const StageEnd end = settle_on_bed(fields, parcel, order, last, landed, s);
     if (end == StageEnd::lost) {
       settle_gauss(s.gauss, random);

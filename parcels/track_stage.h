@@ -13,7 +13,8 @@
 
 namespace dfl {
 
-constexpr float gravity = 9.81f;  // m/s2
+constexpr float gravity = 9.81f;              // m/s2
+constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees with pi as 3.14159
 constexpr float short_pi = 3.14159f;
 constexpr float short_two_pi = 6.28318f;
 
@@ -79,7 +80,7 @@ using FourFloats [[gnu::vector_size(16), gnu::may_alias]] = float;
 template <std::size_t N>
 inline void interpolate(const TrackFields& fields, const TrackElement& t, const Weights& w,
                         float* values) {
-  static_assert(N % 4 == 0 && N <= node_fields);
+  static_assert(N % 4 == 0 && N <= node_fields && node_fields % 4 == 0);
   const auto* a = reinterpret_cast<const FourFloats*>(fields.nodes(t.n1).f.data());
   const auto* b = reinterpret_cast<const FourFloats*>(fields.nodes(t.n2).f.data());
   const auto* c = reinterpret_cast<const FourFloats*>(fields.nodes(t.n3).f.data());
@@ -101,11 +102,13 @@ inline Weights packed_weights(const RunState& run, const TrackElement& t, int e,
   return element_weights(run.messages, run.mesh, e, x, y);
 }
 
-// Weights and fields at the working position.
-inline void sample_fields(const RunState& run, const TrackFields& fields, Stage& s) {
+// Weights and the first N fields at the working position.
+template <std::size_t N = node_fields>
+[[gnu::always_inline]] inline void sample_fields(const RunState& run, const TrackFields& fields,
+                                                 Stage& s) {
   const TrackElement& t = fields.elements(s.element);
   s.weights = packed_weights(run, t, s.element, s.x, s.y);
-  interpolate<node_fields>(fields, t, s.weights, s.f.data());
+  interpolate<N>(fields, t, s.weights, s.f.data());
   s.sampled = true;
 }
 

@@ -94,7 +94,7 @@ TEST_P(Locate, AgreesWithTheFullSearchForMovesOfAllLengths) {
     }
     w.x = s.x;
     w.y = s.y;
-    PARCEL_LOCATE(run, *fields, s);
+    PARCEL_LOCATE(run, *fields, false, s);
     literal::PARCEL_LOCATE(run, w);
     ASSERT_EQ(s.status, w.status) << i << ": " << x << " " << y << " to " << w.x << " " << w.y;
     if (w.status < 0) {
@@ -153,7 +153,7 @@ TEST(Estimate, CentreOfMotionIsGoodToOnePercent) {
       ++low_centroids;
       ASSERT_LT(hc, 0.495f * H) << H << " " << KStotal << " " << KSgrain << " " << Ws;
     }
-    const float c = estimate_centroid(H, Ws, S, MOBILITY, KStotal, KSgrain, ustar);
+    const float c = estimate_centroid_at(H / KStotal, H / KSgrain, Ws, S, MOBILITY, KStotal, ustar);
     if (c < 0.0f) continue;
     ++estimated;
     ASSERT_NEAR(c / hc, 1.0f, 0.01f) << "H " << H << " Ws " << Ws << " S " << S << " M " << MOBILITY
