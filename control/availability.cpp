@@ -20,8 +20,6 @@ void refuse_unavailable(const RunState& run) {
       {m.mesh == MeshFormat::kfe, "Meshes of the format \"kfe\" are not available in this version"},
       {m.mesh == MeshFormat::gr3d || m.mesh == MeshFormat::n3d,
        "Meshes of the formats \"gr3d\" and \"n3d\" are not available in this version"},
-      {m.transport == TransportFormula::a_d,
-       "Eulerian transport \"a-d\" is not available in this version"},
   };
   for (const Refusal& refusal : refusals) {
     if (refusal.asked) fatal_error(run.messages, refusal.text);
