@@ -104,7 +104,16 @@ float current_against_waves(float u, float v, float wave_x, float wave_y) {
   return phi;
 }
 
-// Bed shear stress of the waves, Pa. h: depth, ks: roughness, m.
+// Bed shear stress of the current, Pa; h: depth, ks: roughness, m. None where the log law has no
+// finite drag, in water as shallow as the roughness.
+float current_stress(float U, float h, float ks, float rho) {
+  const float divisor = 1.0f + std::log(ks / 30.0f / h);
+  if (divisor == 0.0f) return 0.0f;
+  const float kappa = 0.4f / divisor;
+  return kappa * kappa * (U * U) * rho;
+}
+
+// The same of the waves.
 float wave_stress(const WaveState& waves, int n, float h, float ks, float rho) {
   float Uw = 0.0f, fw = 0.3f;
   if (waves.WAVEheight(n) > 0.0f) {
@@ -144,6 +153,15 @@ float cube(float x) {
   return x * x * x;
 }
 
+// Rate at which a mean concentration C settles, m/s. eps: vertical diffusivity.
+float deposition(float C, float ws, float eps, float h) {
+  if (ws == 0.0f) return 0.0f;
+  // Ratio of the mean to the near-bed concentration; 0 without diffusion, where C settles at a
+  // rate of 1 m/s whatever the grains are.
+  const float F = (1.0f - std::exp(-h * ws / eps)) * (eps / h) / ws;
+  return F > 0.0f ? ws * C / F : C;
+}
+
 // Exchange of a wet node with the bed, and its bed load.
 void exchange(const Pass& pass, int n, Terms& terms) {
   const Settings& settings = pass.run.settings;
@@ -153,14 +171,14 @@ void exchange(const Pass& pass, int n, Terms& terms) {
   const float s = settings.rhos / rho;
   const float gs = (s - 1.0f) * 9.81f;
   const float h = pass.run.flow.Hnode(n), D = bed.D50(n), ks = bed.KSnode(n);
-  const bool mobile = is_true(bed.BEDmobile(n));
+  // Grains without a size, or no heavier than the water, have no threshold and no load.
+  const bool mobile = is_true(bed.BEDmobile(n)) && D > 0.0f && s > 1.0f;
   const float u = pass.u(n), v = pass.v(n);
 
   const float U = std::sqrt(u * u + v * v);
   const float ws = FALL_VELOCITY(nu, rho, settings.rhos, D);
   const float Dstar = D * std::pow(gs / (nu * nu), 1.0f / 3.0f);
-  const float kappa = 0.4f / (1.0f + std::log(ks / 30.0f / h));
-  const float TAUc = kappa * kappa * (U * U) * rho;
+  const float TAUc = current_stress(U, h, ks, rho);
   const float TAUw = wave_stress(waves, n, h, ks, rho);
 
   const float phi = current_against_waves(u, v, waves.WAVEdirx(n), waves.WAVEdiry(n));
@@ -189,11 +207,7 @@ void exchange(const Pass& pass, int n, Terms& terms) {
                   Db * cube(0.015f);
   const float eps = std::pow(E / rho, 0.33333f) * h;
 
-  // Ratio of the mean to the near-bed concentration. Without diffusion it is 0, or no number for
-  // grains that do not settle; what there is then settles by itself.
-  const float F = (1.0f - std::exp(-h * ws / eps)) * (eps / h) / ws;
-  const float C = bed.SSCnode(n, 1);
-  terms.DEPO(n) = F > 0.0f ? ws * C / F : C;
+  terms.DEPO(n) = deposition(bed.SSCnode(n, 1), ws, eps, h);
 
   const float QB = mobile
                        ? std::sqrt(gs * cube(D)) * std::sqrt(TAUc / rho / (s - 1.0f) / 9.81f / D) *
@@ -241,7 +255,8 @@ float new_concentration(const Pass& pass, const Terms& terms, const Star& at) {
   return std::max(Cnew, 0.0f);
 }
 
-// Bed load at the west and south face of a node, with the pull of the bed slope.
+// Bed load at the west and south face of a node, with a term of the bed slope. Its sign is that of
+// bed levels, but the depths count downward: it carries bed load up the slope and sharpens the bed.
 void face_bed_load(const Pass& pass, const Star& at, Terms& terms) {
   const MeshState& mesh = pass.run.mesh;
   const float xW = (terms.QBx(at.W) + terms.QBx(at.C)) / 2.0f;
@@ -309,6 +324,8 @@ NodeLattice node_lattice(const RunState& run) {
   }
   const MeshFormat format = run.settings.method.mesh;
   if (format != MeshFormat::n3d && format != MeshFormat::gr3d) return {};
+  const long long nodes = static_cast<long long>(run.grid.NumI) * run.grid.NumJ;
+  if (nodes != run.mesh.NUMnode) return {};
   return {run.grid.NumI, run.grid.NumJ};
 }
 
