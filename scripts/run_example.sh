@@ -12,6 +12,7 @@ if [ $# -lt 1 ] || [ ! -d "examples/$1" ]; then
 fi
 name=$1
 shift
+# shellcheck source=scripts/install.sh
 . scripts/install.sh
 
 cmake --preset release
