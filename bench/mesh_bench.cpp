@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <random>
 
@@ -37,6 +38,29 @@ void find_random_points(benchmark::State& state) {
   state.counters["outside"] = static_cast<double>(outside);
 }
 BENCHMARK(find_random_points)->Arg(10000)->Arg(100000)->Arg(1000000);
+
+// The same in lots of 1024 points; the time is that of a point.
+void find_lots_of_points(benchmark::State& state) {
+  RunState run;
+  mute(run);
+  bench::set_gyre_mesh(run, bench::gyre_mesh(static_cast<int>(state.range(0))));
+  MESH_GEOMETRY(run);
+  std::mt19937_64 random(1);
+  std::uniform_real_distribution<double> x(0.0, bench::basin_length), y(0.0, bench::basin_width);
+  std::vector<PlanePoint> points(1 << 20);
+  for (auto& point : points) point = {x(random), y(random)};
+  constexpr std::size_t lot = 1024;
+  std::vector<int> elements(lot);
+  std::size_t k = 0;
+  std::int64_t outside = 0;
+  while (state.KeepRunningBatch(lot)) {
+    FIND_ELEMENTS(run.mesh, std::span(points).subspan(k, lot), elements);
+    outside += std::count(elements.begin(), elements.end(), 0);
+    k = (k + lot) & (points.size() - 1);
+  }
+  state.counters["outside"] = static_cast<double>(outside);
+}
+BENCHMARK(find_lots_of_points)->Arg(10000)->Arg(100000)->Arg(1000000);
 
 void mesh_geometry(benchmark::State& state) {
   RunState run;

@@ -267,6 +267,10 @@ void check_values(const RunState& run) {
   if (s.temperature <= -20.0f) {
     fatal_error(run.messages, "card :temperature: expected more than -20 degrees C");
   }
+  // A bed of pores alone has no level; also refuses what is no number.
+  if (!(s.bed_porosity < 1.0f)) {
+    fatal_error(run.messages, "card :bed_porosity: expected less than 1");
+  }
 }
 
 void read_cards(RunState& run, TextReader& in, CardPass& pass) {

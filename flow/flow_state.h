@@ -4,14 +4,30 @@
 // levels 1 to NUMlayers run upward from the bed.
 
 #include <memory>
+#include <vector>
 
 #include "control/array.h"
 #include "control/text_reader.h"
+#include "dataset/hyfs.h"
 
 namespace dfl {
 
 constexpr float dry_mark = -998.0f;       // an elevation or velocity at or below it is no value
 constexpr float dry_surface = -99999.0f;  // blended surface of a dry node
+
+// Flow in dataset files: handles stay open for the run, -1 where there is none.
+struct FlowDatasets {
+  HyfsHandle flow_file = -1;       // flow_file_uv
+  HyfsHandle elevation_file = -1;  // "n2d": flow_file_z
+  HyfsHandle Zset = -1, Vset = -1;
+  HyfsHandle Uset = -1, Wset = -1;  // "n3d"
+  HyfsHandle Sset = -1, Tset = -1;  // salinity, temperature
+  HyfsHandle bottom_file = -1, BOTset = -1;
+  int ZLOC = 0, ULOC = 0, VLOC = 0;                 // "n2d": data locations, as in MAP_GRID
+  std::vector<float> VECwork, CELLwork, LEVELwork;  // one step of a vector or scalar dataset
+  Array<double> TIMESbottom;  // times of the bottom frames, without bottom_start_flow
+  float dTimebottom = 0.0f;   // s
+};
 
 struct FlowState {
   bool FLOW2D = true;      // depth-averaged data; the vertical profile is a model
@@ -47,6 +63,8 @@ struct FlowState {
   double TIMEbottom = 0.0;
   int FRAMEbottom = 0;
   float FLOWfrac = 0.0f;  // weight of the newer frame
+
+  FlowDatasets datasets;
 
   // Open text files.
   std::unique_ptr<TextReader> elevation_file, velocity_file, scalar_file, bottom_file;

@@ -102,11 +102,19 @@ int search_cell(const MeshState& mesh, const ElementGrid::Cell& cell, double x_i
   }
 }
 
-}  // namespace
+// Asks for the cell of a place in the first lattice; any place will do, no number included.
+// Inline, as g++ takes a call that only asks for memory for one without effect and drops it.
+[[gnu::always_inline]] inline void fetch_cell(const ElementGrid& grid, const PlanePoint& place) {
+  const ElementGrid::Lattice& lattice = grid.lattices.front();
+  const LatticePlace column = lattice_column(lattice, place.x), row = lattice_row(lattice, place.y);
+  const char* cell =
+      reinterpret_cast<const char*>(&grid.cells[cell_number(lattice, column.index, row.index)]);
+  __builtin_prefetch(cell);
+  __builtin_prefetch(cell + sizeof(ElementGrid::Cell) / 2);
+}
 
-int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
+int find(const MeshState& mesh, double x, double y) {
   const ElementGrid& grid = mesh.grid;
-  if (!grid.built) return mesh.NUMelem < 1 ? 0 : walk(mesh, x, y);
   // Also false for a coordinate that is no number.
   if (!(x >= grid.x_min && x <= grid.x_max && y >= grid.y_min && y <= grid.y_max)) return 0;
   const ElementGrid::Lattice& lattice = grid.lattices.front();
@@ -114,6 +122,30 @@ int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
   const ElementGrid::Cell& cell = grid.cells[cell_number(lattice, column.index, row.index)];
   if (cell.element[0] < 0 || lattice.wide.count > 0) return search_lattices(mesh, x, y);
   return search_cell(mesh, cell, column.in_cell, row.in_cell, x, y);
+}
+
+}  // namespace
+
+int FIND_ELEMENT(const MeshState& mesh, double x, double y) {
+  if (!mesh.grid.built) return mesh.NUMelem < 1 ? 0 : walk(mesh, x, y);
+  return find(mesh, x, y);
+}
+
+void FIND_ELEMENTS(const MeshState& mesh, std::span<const PlanePoint> places,
+                   std::span<int> elements) {
+  if (!mesh.grid.built) {
+    for (std::size_t k = 0; k < places.size(); ++k) {
+      elements[k] = FIND_ELEMENT(mesh, places[k].x, places[k].y);
+    }
+    return;
+  }
+  constexpr std::size_t ahead = 20;  // places, with two requests each
+  const std::size_t first = std::min(ahead, places.size());
+  for (std::size_t k = 0; k < first; ++k) fetch_cell(mesh.grid, places[k]);
+  for (std::size_t k = 0; k < places.size(); ++k) {
+    if (k + ahead < places.size()) fetch_cell(mesh.grid, places[k + ahead]);
+    elements[k] = find(mesh, places[k].x, places[k].y);
+  }
 }
 
 }  // namespace dfl

@@ -2,6 +2,8 @@
 
 // Location of a point in the mesh.
 
+#include <span>
+
 #include "mesh/mesh_state.h"
 
 namespace dfl {
@@ -11,6 +13,16 @@ namespace dfl {
 // the mesh as elements 1 and NUMelem tell it. Constant time on average by the search grid of the
 // mesh.
 int FIND_ELEMENT(const MeshState& mesh, double x, double y);
+
+struct PlanePoint {
+  double x = 0.0, y = 0.0;  // mesh units
+};
+
+// FIND_ELEMENT of each place, in order; elements has as many entries as places. Faster than one
+// call a place where the mesh is larger than the cache: the grid cells of places ahead are fetched
+// while those in hand are searched.
+void FIND_ELEMENTS(const MeshState& mesh, std::span<const PlanePoint> places,
+                   std::span<int> elements);
 
 // Builds mesh.grid; needs the bounding boxes and SORTxmin.
 void BUILD_ELEMENT_GRID(MeshState& mesh);

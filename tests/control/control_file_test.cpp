@@ -225,6 +225,7 @@ TEST_F(ControlFile, FaultsInLinesStopTheRun) {
       {":random_seed 5 -1\n", "card :random_seed: expected two integers of 0 or more"},
       {":output_inc 0\n", "card :output_inc: expected 1 or more steps, found 0"},
       {":flow_update -3\n", "card :flow_update: expected 1 or more steps, found -3"},
+      {":bed_porosity 1\n", "card :bed_porosity: expected less than 1"},
       // 0.0005 s behind a date of this century is 0.00049996 s, which rounds to no millisecond.
       {":time_step 0.0005\n", "card :time_step: expected at least 0.0006 s"},
       {":temperature -20\n", "card :temperature: expected more than -20 degrees C"},

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -45,11 +46,17 @@ std::vector<std::pair<double, double>> trial_points(const MeshState& mesh, unsig
 
 void compare_with_walk(RunState& run, const std::string& what) {
   int found = 0;
+  std::vector<PlanePoint> places;
+  std::vector<int> expected;
   for (const auto& [x, y] : trial_points(run.mesh, 11)) {
-    const int expected = test::literal_find_element(run.mesh, x, y);
-    ASSERT_EQ(FIND_ELEMENT(run.mesh, x, y), expected) << what << " at " << x << ' ' << y;
-    found += expected != 0 ? 1 : 0;
+    places.push_back({x, y});
+    expected.push_back(test::literal_find_element(run.mesh, x, y));
+    ASSERT_EQ(FIND_ELEMENT(run.mesh, x, y), expected.back()) << what << " at " << x << ' ' << y;
+    found += expected.back() != 0 ? 1 : 0;
   }
+  std::vector<int> elements(places.size(), -1);
+  FIND_ELEMENTS(run.mesh, places, elements);
+  EXPECT_EQ(elements, expected) << what;
   EXPECT_GT(found, 300) << what;
 }
 
@@ -185,6 +192,9 @@ TEST(FindElement, NumbersThatAreNoPlaceGiveNoElement) {
                              {1.0, infinity},
                              {1e300, 1e300}}) {
     EXPECT_EQ(FIND_ELEMENT(run.mesh, x, y), 0);
+    int element = -1;
+    FIND_ELEMENTS(run.mesh, std::array{PlanePoint{x, y}}, std::span(&element, 1));
+    EXPECT_EQ(element, 0);
   }
   const MeshState empty;
   EXPECT_EQ(FIND_ELEMENT(empty, 0.0, 0.0), 0);
