@@ -486,6 +486,11 @@ void warn_of_combinations(const RunState& run) {
         "eulerian_sed_trans \"van_rijn\" needs eulerian_method \"van_rijn\": the transport "
         "rates of the nodes stay 0");
   }
+  if (settings.method.eulerian != EulerianMethod::pie &&
+      settings.method.transport == TransportFormula::a_d) {
+    echo_warning(run.messages,
+                 "eulerian_sed_trans \"a-d\" needs eulerian_method \"pie\": the bed is at rest");
+  }
   if (settings.ensim && (settings.morphology || settings.slope_effects)) {
     echo_warning(run.messages,
                  "ensim (depths upward) together with morphology or slope_effects: bed changes "

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "sediment/eulerian_files.h"
 #include "sediment/primitives.h"
@@ -255,6 +256,31 @@ float new_concentration(const Pass& pass, const Terms& terms, const Star& at) {
   return std::max(Cnew, 0.0f);
 }
 
+// How often the sediment of a node's water is carried off or settles in a pass; above 1 the
+// concentrations swing from pass to pass and soon grow without end.
+float turnover(const Pass& pass, const Terms& terms, const Star& at) {
+  const MeshState& mesh = pass.run.mesh;
+  const float dx = std::abs(x_step(mesh, at.W, at.E)) / 2.0f;
+  const float dy = std::abs(y_step(mesh, at.S, at.N)) / 2.0f;
+  const float h = pass.H(at.C), C = pass.run.sediment.SSCnode(at.C, 1);
+  const float K = 8.0f * 1.4825f * h * terms.USTARc(at.C);  // both depths and speeds doubled
+  const float settled = C > 0.0f ? terms.DEPO(at.C) / C / h : 0.0f;
+  return pass.dt * (std::abs(pass.u(at.C)) / dx + std::abs(pass.v(at.C)) / dy +
+                    2.0f * K / (dx * dx) + 2.0f * K / (dy * dy) + settled);
+}
+
+void warn_of_long_step(RunState& run, float dt, float most, int node) {
+  if (most <= 1.0f || run.sediment.ad_step_warned) return;
+  run.sediment.ad_step_warned = true;
+  char text[240];
+  std::snprintf(
+      text, sizeof text,
+      "eulerian_sed_trans \"a-d\": bed updates %.3g s apart (grid_update x time_step) are "
+      "too far apart for the flow at node %d; concentrations are stable below about %.2g s",
+      static_cast<double>(dt), node, static_cast<double>(dt / most));
+  echo_warning(run.messages, text);
+}
+
 // Bed load at the west and south face of a node, with a term of the bed slope. Its sign is that of
 // bed levels, but the depths count downward: it carries bed load up the slope and sharpens the bed.
 void face_bed_load(const Pass& pass, const Star& at, Terms& terms) {
@@ -347,11 +373,19 @@ void EULERIAN_AD(RunState& run, float dt, const Array<float>& rho, const Array<f
   write_eulerian_field(run, EulerianField::pick_up, terms.PICKUP);
   write_eulerian_field(run, EulerianField::depo, terms.DEPO);
 
+  float most_turnover = 0.0f;
+  int most_node = 0;
   visit_interior(lattice, [&](const Star& at) {
     const bool wet = pass.wet(at.C);
     bed.SSCnode(at.C, 2) = wet ? new_concentration(pass, terms, at) : 0.0f;
-    if (wet) face_bed_load(pass, at, terms);
+    if (!wet) return;
+    face_bed_load(pass, at, terms);
+    if (const float share = turnover(pass, terms, at); share > most_turnover) {
+      most_turnover = share;
+      most_node = at.C;
+    }
   });
+  warn_of_long_step(run, dt, most_turnover, most_node);
   Array<float> concentration;
   concentration.allocate(nodes);
   for (int n = 1; n <= nodes; ++n) concentration(n) = bed.SSCnode(n, 2);

@@ -32,6 +32,7 @@ struct SedimentState {
   Array2<float> SSCnode;
   int eulerian_frames = 0;      // frames in its files
   bool lattice_warned = false;  // the mesh has no lattice, and the run was told
+  bool ad_step_warned = false;  // passes are too far apart, and the run was told
 
   // Moving bed, per node. DEPTHstart and BEDlevel exist with morphology, active_morphology or
   // adjust_currents.

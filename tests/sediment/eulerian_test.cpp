@@ -141,7 +141,7 @@ TEST(EulerianAd, EdgesAndDryNodesStayEmptyAndHardBottomGivesNothing) {
 }
 
 // Without current and waves a concentration settles at 1 m/s by itself: C dt / h a pass.
-TEST(EulerianAd, StillWaterSettlesWherItIs) {
+TEST(EulerianAd, StillWaterSettlesWhereItIs) {
   RunState run;
   lattice_run(run, 5, 5, 4.0f);
   const int middle = lattice_node(run, 3, 3), beside = middle + 1;
@@ -237,6 +237,28 @@ TEST(EulerianAd, WithoutALatticeTheBedRestsAndTheRunIsToldOnce) {
     const auto log = test::lines_of(test::read_text(folder.path("echo")));
     ASSERT_EQ(log.size(), 1u);
     EXPECT_EQ(log[0].rfind("WARNING: eulerian_sed_trans \"a-d\" needs a lattice of nodes", 0), 0u);
+  }
+}
+
+TEST(EulerianAd, PassesTooFarApartDrawAWarningAtTheirNodeOnce) {
+  const test::TemporaryFolder folder;
+  for (const bool too_long : {false, true}) {
+    RunState run;
+    lattice_run(run, 6, 5, 3.0f);
+    test::set_current(run, 0.5f, 0.0f);
+    const int fast = lattice_node(run, 4, 3);
+    run.flow.Unode(fast, 0) = 1.0f;
+    run.messages.echo_file = std::fopen(folder.path("echo").c_str(), "w");
+    // Cells of 10 m: 0.1 1/s by the current; 0.04 1/s by each diffusion of 0.06 m/s x 3 m x 11.86.
+    for (int k = 0; k < 4; ++k) pass(run, too_long ? 6.0f : 2.0f);
+    std::fclose(run.messages.echo_file);
+    run.messages.echo_file = nullptr;
+    const auto log = test::lines_of(test::read_text(folder.path("echo")));
+    ASSERT_EQ(log.size(), too_long ? 1u : 0u);
+    if (too_long) {
+      EXPECT_NE(log[0].find("updates 6 s apart"), std::string::npos) << log[0];
+      EXPECT_NE(log[0].find("node " + std::to_string(fast)), std::string::npos) << log[0];
+    }
   }
 }
 
