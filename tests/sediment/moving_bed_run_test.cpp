@@ -128,7 +128,9 @@ TEST(MovingBedRun, SuspendedTransportOverTheLatticeOfTheCardSpecial) {
       const bool edge = i == 0 || j == 0 || i == across - 1 || j == across - 1;
       EXPECT_EQ(bed.SSCnode(n, 1) > 0.0f, !edge);
       EXPECT_EQ(bed.QSED(n), 2650.0f * bed.SSCnode(n, 2));
-      if (edge) EXPECT_EQ(bed.BEDchange(n), 0.0);
+      if (edge) {
+        EXPECT_EQ(bed.BEDchange(n), 0.0);
+      }
     }
   }
   // Erosion on the side that the current meets, deposition behind the crest, most load on it.
