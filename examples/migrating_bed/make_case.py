@@ -13,7 +13,7 @@ NODES = 51  # along each side
 STEP = 20.0  # m
 DEPTH = 5.0  # m, plain bed
 HEIGHT, WIDTH = 0.5, 120.0  # m: crest; distance at which the bell has fallen to 1/e
-CENTRE = (350.0, 500.0)
+CENTRE = (450.0, 500.0)
 DISCHARGE = 5.0  # m2/s
 INTERVAL = 864000.0  # s between the two frames
 
