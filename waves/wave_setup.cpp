@@ -304,6 +304,10 @@ WaveDatasets OSWELL_HYFS_CHECK(RunState& run, const std::string& path, const cha
   grid.x_origin = static_cast<double>(read_float("X_org"));
   grid.y_origin = static_cast<double>(read_float("Y_org"));
   check_cells(run, grid, path);
+  if (!std::isfinite(grid.angle) || !std::isfinite(grid.x_origin) ||
+      !std::isfinite(grid.y_origin)) {
+    fatal_error(run.messages, path + ": expected a finite origin and angle");
+  }
 
   WaveDatasets result;
   const std::vector<std::string> paths = wave_dataset_paths(s);
