@@ -423,7 +423,7 @@ const BadInput bad_inputs[] = {
      "match\\*\\*\\*"},
     {"no frames", hyfs_default_case,
      datasets([](WaveDatasets& d) { d.frames = d.direction_frames = 0; }),
-     "HF_GET_DATASET_NUMVALS\\(OSWELL-H\\) error"},
+     "HF_GET_DATASET_NUM_TIMES\\(OSWELL-H\\) error"},
     {"NaN heights", hyfs_default_case,
      datasets([](WaveDatasets& d) { d.H = constant(std::nanf("")); }),
      "Wave dataset \"Datasets/Wave Height\", frame 1: expected 36 finite numbers"},
