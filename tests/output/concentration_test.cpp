@@ -259,7 +259,7 @@ TEST(FindElements, GivesTheNumbersOfTheSingleSearch) {
   test::quiet(run, folder.path("run"));
   std::mt19937_64 random(5);
   std::vector<double> graded;
-  for (int i = 0; i <= 40; ++i) graded.push_back(100.0 * std::pow(i / 40.0, 5));
+  for (int i = 0; i <= 110; ++i) graded.push_back(100.0 * std::pow(i / 110.0, 4));
   lattice_mesh(run, graded, graded, 0.3, random);
   std::uniform_real_distribution<double> place(-0.3, 1.1);
   std::vector<double> x, y;
@@ -267,6 +267,7 @@ TEST(FindElements, GivesTheNumbersOfTheSingleSearch) {
     x.push_back(100.0 * std::pow(place(random), 3));
     y.push_back(100.0 * std::pow(place(random), 3));
   }
+  EXPECT_GT(run.mesh.grid.cells.size(), 8192u);  // large enough that cells are fetched ahead
   x[7] = std::nan("");
   y[9] = 1e300;
   for (const bool built : {true, false}) {
