@@ -24,8 +24,6 @@ void refuse_unavailable(const RunState& run) {
   const Settings& s = run.settings;
   const auto& m = s.method;
   const Refusal refusals[] = {
-      {s.propwash_on, "Propeller wash is not available in this version"},
-      {s.drawdown_on, "Ship drawdown is not available in this version"},
       {m.mesh != MeshFormat::adcirc && m.mesh != MeshFormat::unknown,
        "Meshes other than \"adcirc\" are not available in this version"},
       {m.velocity == VelocityMethod::two_point && m.bottom_flow != FlowFormat::adcirc,
