@@ -144,7 +144,8 @@ NodeDrawdown DRAWDOWN_FUNCTION(const PassingHull& hull, float H, double x, doubl
   const float B = hull.beam, L = hull.length, U = hull.U, s = hull.s, m = hull.m;
 
   // Into the ship's axes, X along it; a point inside the hull moves to its side.
-  const float dx = static_cast<float>(hull.xs - x), dy = static_cast<float>(hull.ys - y);
+  const float dx = static_cast<float>(static_cast<double>(hull.xs) - x);
+  const float dy = static_cast<float>(static_cast<double>(hull.ys) - y);
   const float X = dx * hull.cs - dy * hull.sn;
   float Y = dx * hull.sn + dy * hull.cs;
   if (std::abs(Y) <= B / 2.0f && std::abs(X) <= L / 2.0f) {
@@ -193,7 +194,8 @@ NodeDrawdown DRAWDOWN_FUNCTION(const PassingHull& hull, float H, double x, doubl
 NodeDrawdown DRAWDOWN_GRID(const PassingHull& hull, const DrawdownGrid& grid, double x, double y) {
   NodeDrawdown result;
   // From the first point of the grid, along its axes.
-  const float dx = static_cast<float>(x - hull.xs), dy = static_cast<float>(y - hull.ys);
+  const float dx = static_cast<float>(x - static_cast<double>(hull.xs));
+  const float dy = static_cast<float>(y - static_cast<double>(hull.ys));
   const float X = dx * hull.cs - dy * hull.sn - grid.DDxs * 0.5f * hull.length;
   const float Y = dx * hull.sn + dy * hull.cs - grid.DDys * 0.5f * hull.beam;
   const float column = X / grid.DDdx + 1.0f, row = Y / grid.DDdy + 1.0f;

@@ -23,7 +23,7 @@ struct NodeDrawdown {
 
 // The hull as all nodes of one pass see it.
 struct PassingHull {
-  double xs = 0.0, ys = 0.0;   // mesh units
+  float xs = 0.0f, ys = 0.0f;  // mesh units
   float sn = 0.0f, cs = 1.0f;  // from mesh axes to the ship's
   float bn = 0.0f, bc = 1.0f;  // and back
   float length = 0.0f, beam = 0.0f;

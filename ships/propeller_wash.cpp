@@ -95,9 +95,9 @@ PropellerJets propeller_jets(const ShipState& ships, const std::array<ShipPositi
   PropellerJets jets;
   jets.NUMprops = ships.NUMprops;
   for (std::size_t k = 0; k < place.size(); ++k) {
-    jets.x[k] = static_cast<float>(place[k].at.x);
-    jets.y[k] = static_cast<float>(place[k].at.y);
-    jets.z[k] = static_cast<float>(place[k].at.z);
+    jets.x[k] = place[k].x;
+    jets.y[k] = place[k].y;
+    jets.z[k] = place[k].z;
   }
   const float h = (heading - 180.0f - 90.0f) * 3.141593f / 180.0f;
   const float a = ships.PROPangle * 3.141593f / 180.0f;

@@ -121,13 +121,14 @@ ChannelSection CHANNEL_SECTION(const RunState& run, double xs, double ys, float 
                                const Array<float>& depth) {
   constexpr int reach = 500, step = 10;  // m
   const MeshState& mesh = run.mesh;
-  const float t = (heading + 90.0f) * 3.14159f / 180.0f;
-  const float st = std::sin(t), ct = std::cos(t);
+  // At right angles to the track, to starboard for a positive distance.
+  const float t = (heading - 450.0f) * 3.14159f / -180.0f;
+  const float s1 = std::sin(t), c1 = std::cos(t);
   float Hsum = 0.0f, dmin = 0.0f, dmax = 0.0f;
   int n = 0;
   for (int i = -reach; i <= reach; i += step) {
     const float d = static_cast<float>(i);
-    const double x = xs + static_cast<double>(st * d), y = ys + static_cast<double>(ct * d);
+    const double x = xs + static_cast<double>(s1 * d), y = ys - static_cast<double>(c1 * d);
     const int e = FIND_ELEMENT(mesh, x, y);
     if (e == 0) continue;
     const Weights w = element_weights(run.messages, mesh, e, x, y);

@@ -40,15 +40,10 @@ void prepare_hull(RunState& run) {
 void place_ship(RunState& run) {
   ShipState& ships = run.ships;
   SHIP_POSITION(ships, run.clock.Tnow);
-  const RoutePoint& first = ships.propeller[0].at;
-  ships.xs = first.x;
-  ships.ys = first.y;
-  if (ships.NUMprops == 2) {
-    const RoutePoint& second = ships.propeller[1].at;
-    ships.xs = (first.x + second.x) / 2.0;
-    ships.ys = (first.y + second.y) / 2.0;
-  }
-  ships.heading = ships.propeller[0].heading;
+  const ShipPosition &first = ships.propeller[0], &second = ships.propeller[1];
+  ships.xs = ships.NUMprops == 2 ? (first.x + second.x) / 2.0f : first.x;
+  ships.ys = ships.NUMprops == 2 ? (first.y + second.y) / 2.0f : first.y;
+  ships.heading = first.heading;
 }
 
 // Depth of the water at the ship, and the return flow of its hull.
@@ -57,15 +52,16 @@ void look_at_channel(RunState& run) {
   const MeshState& mesh = run.mesh;
   ships.depth = ships.Vr = ships.Lr = 0.0f;
   if (!ships.continuity && ships.return_flow == ReturnFlow::none) return;
-  const int e = FIND_ELEMENT(mesh, ships.xs, ships.ys);
+  const double xs = static_cast<double>(ships.xs), ys = static_cast<double>(ships.ys);
+  const int e = FIND_ELEMENT(mesh, xs, ys);
   if (e == 0) fatal_error(run.messages, "Ship not in domain");
   // Before the first blend no depth of the water is known.
   const Array<float>& depth = run.clock.NStep == 1 ? mesh.DEPTHnode : run.flow.Hnode;
-  const Weights w = element_weights(run.messages, mesh, e, ships.xs, ships.ys);
+  const Weights w = element_weights(run.messages, mesh, e, xs, ys);
   ships.depth = NODE_INTERP(w, mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e), depth);
   if (ships.return_flow == ReturnFlow::none) return;
-  const ReturnFlowResult result = RETURN_FLOW(
-      run.messages, ships, CHANNEL_SECTION(run, ships.xs, ships.ys, ships.heading, depth));
+  const ReturnFlowResult result =
+      RETURN_FLOW(run.messages, ships, CHANNEL_SECTION(run, xs, ys, ships.heading, depth));
   ships.Vr = result.Vr;
   ships.Lr = result.Lr;
   if (result.blocked && !ships.blocked_told) {
@@ -81,8 +77,8 @@ std::array<ShipPosition, 2> at_the_stern(const ShipState& ships) {
   const float back = ships.SHIPlength / 2.3f;
   const float t = ships.heading * 3.14159f / 180.0f;
   for (ShipPosition& propeller : place) {
-    propeller.at.x -= static_cast<double>(back * std::sin(t));
-    propeller.at.y -= static_cast<double>(back * std::cos(t));
+    propeller.x = propeller.x - back * std::sin(t);
+    propeller.y = propeller.y - back * std::cos(t);
   }
   return place;
 }

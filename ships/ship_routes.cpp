@@ -104,13 +104,16 @@ void read_points(TextReader& in, double z, ShipRoute& route) {
 }
 
 void place(const ShipRoute& route, int k, ShipPosition& position) {
-  position.at = route.POSITION(k);
+  const RoutePoint& point = route.POSITION(k);
+  position.x = static_cast<float>(point.x);
+  position.y = static_cast<float>(point.y);
+  position.z = static_cast<float>(point.z);
   position.heading = route.HEADING(k);
   position.seen = true;
 }
 
-double between(double a, double b, double f) {
-  return a + f * (b - a);
+float between(double a, double b, double f) {
+  return static_cast<float>(a + f * (b - a));
 }
 
 // Goes through the legs of a route that has times.
@@ -121,7 +124,9 @@ void place_on_route(ShipRoute& route, double Tnow, ShipPosition& position) {
     if (Tnow < begin || Tnow >= end) continue;
     const double f = (Tnow - begin) / (end - begin);
     const RoutePoint &a = route.POSITION(k), &b = route.POSITION(k + 1);
-    position.at = {between(a.x, b.x, f), between(a.y, b.y, f), between(a.z, b.z, f)};
+    position.x = between(a.x, b.x, f);
+    position.y = between(a.y, b.y, f);
+    position.z = between(a.z, b.z, f);
     const float g = static_cast<float>(f);
     // Across north the blend turns the long way round.
     position.heading = route.HEADING(k) + g * (route.HEADING(k + 1) - route.HEADING(k));

@@ -26,11 +26,14 @@ struct ShipRoute {
   std::string NAME;
 };
 
-// Where a propeller stands at the present pass, or stood last.
+// Where a propeller stands at the present pass, or stood last. In 4 bytes, as all of the model but
+// the way points: with coordinates in the millions a ship moves on a grid of a quarter or half a
+// metre.
 struct ShipPosition {
-  RoutePoint at;
-  float heading = 0.0f;  // degrees clockwise from +y
-  bool seen = false;     // a pass has placed it
+  float x = 0.0f, y = 0.0f;  // mesh units
+  float z = 0.0f;            // axis below the surface, m
+  float heading = 0.0f;      // degrees clockwise from +y
+  bool seen = false;         // a pass has placed it
 };
 
 enum class ReturnFlow { none, square, channel, trench };
@@ -80,12 +83,12 @@ struct ShipState {
   bool present = false;     // the ship has entered its route
   bool draws_down = false;  // its hull acts on the water
   std::array<ShipPosition, 2> propeller;
-  double xs = 0.0, ys = 0.0;  // the ship: its propeller, or the middle of the two
-  float heading = 0.0f;       // of the first route
-  float depth = 0.0f;         // of the water at the ship, m
-  float Vr = 0.0f;            // return flow beside the hull, m/s
-  float Lr = 0.0f;            // and how far from the track it has fallen to 1/e, m
-  bool blocked_told = false;  // the log has been told of a ship that fills its section
+  float xs = 0.0f, ys = 0.0f;  // the ship: its propeller, or the middle of the two
+  float heading = 0.0f;        // of the first route
+  float depth = 0.0f;          // of the water at the ship, m
+  float Vr = 0.0f;             // return flow beside the hull, m/s
+  float Lr = 0.0f;             // and how far from the track it has fallen to 1/e, m
+  bool blocked_told = false;   // the log has been told of a ship that fills its section
 };
 
 }  // namespace dfl
