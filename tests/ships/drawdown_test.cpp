@@ -35,17 +35,19 @@ TEST(HullModel, OvalHasTheBeamOfTheHull) {
       s.run.ships.SHIPbeam = beam;
       s.run.ships.SHIPspeed = speed;
       SHIP_STAGNATION(s.run);
-      const double source = s.run.ships.SHIPsource, m = s.run.ships.SHIPstrength;
+      const double source = static_cast<double>(s.run.ships.SHIPsource);
+      const double m = static_cast<double>(s.run.ships.SHIPstrength);
+      const double U = static_cast<double>(speed), L = static_cast<double>(length);
       // Stagnation at the bow, and the stream function of source, sink and stream 0 on the side.
-      const double a = length / 2.0;
-      EXPECT_NEAR(m * source / (a * a - source * source) / (std::acos(-1.0) * speed), 1.0, 1e-4);
+      const double a = L / 2.0;
+      EXPECT_NEAR(m * source / (a * a - source * source) / (std::acos(-1.0) * U), 1.0, 1e-4);
       double low = 1e-6, high = a;
       for (int i = 0; i < 100; ++i) {
         const double y = (low + high) / 2.0;
-        const double psi = speed * y - m / std::acos(-1.0) * std::atan(source / y);
+        const double psi = U * y - m / std::acos(-1.0) * std::atan(source / y);
         (psi < 0.0 ? low : high) = y;
       }
-      EXPECT_NEAR(2.0 * low / beam, 1.0, 0.011) << length << ' ' << speed;
+      EXPECT_NEAR(2.0 * low / static_cast<double>(beam), 1.0, 0.011) << length << ' ' << speed;
     }
   }
 }
@@ -149,7 +151,7 @@ TEST(Drawdown, ReturnFlowLiesBetweenTheSourcesAndFallsAwayFromTheTrack) {
   const auto extra = [&](double x, double y) { return with.at(x, y).du - plain.at(x, y).du; };
   EXPECT_NEAR(extra(0.0, 100.0), -0.5f * std::exp(-1.0f), 1e-4f);
   EXPECT_NEAR(extra(0.0, 300.0), -0.5f * std::exp(-3.0f), 1e-4f);
-  const double s = with.s.run.ships.SHIPsource;
+  const double s = static_cast<double>(with.s.run.ships.SHIPsource);
   EXPECT_NEAR(extra(s / 2.0, 100.0), -0.25f * std::exp(-1.0f), 1e-4f);
   EXPECT_EQ(extra(s + 1.0, 100.0), 0.0f);
   EXPECT_EQ(extra(-s - 1.0, 100.0), 0.0f);
