@@ -188,7 +188,7 @@ struct GridShip {
 TEST(DrawdownGrid, LiesAroundTheShipAndTurnsWithIt) {
   GridShip east;
   EXPECT_EQ(east.s.run.ships.grid.DDxe, 1.0f);
-  EXPECT_EQ(east.s.run.ships.grid.DDye, 0.0f);
+  EXPECT_EQ(east.s.run.ships.grid.DDye, 1.0f);
   // In the middle of a cell the four corners weigh the same.
   EXPECT_NEAR(east.at(962.5, 1995.0).dz, -0.15f, 1e-5f);
   EXPECT_NEAR(east.at(1037.5, 2005.0).dz, -0.45f, 1e-5f);
@@ -258,7 +258,8 @@ TEST(DrawdownGrid, BadFilesStopWithTheirPlaceAndFault) {
               " \\*\\*\\* DRAWDOWN z FILE NOT FOUND \\*\\*\\*");
   EXPECT_EXIT(without(&Settings::drawdown_vel_file, "none"), testing::ExitedWithCode(0),
               " \\*\\*\\* DRAWDOWN u-v FILE NOT FOUND \\*\\*\\*");
-  EXPECT_EXIT(without(&Settings::drawdown_vel_file, "/"), testing::ExitedWithCode(0), "directory");
+  EXPECT_EXIT(without(&Settings::drawdown_vel_file, "/"), testing::ExitedWithCode(0),
+              "not a regular file");
 }
 
 TEST(DrawdownData, BadFilesStopWithTheirPlaceAndFault) {
@@ -288,7 +289,7 @@ TEST(DrawdownData, BadFilesStopWithTheirPlaceAndFault) {
           s.run.settings.drawdown_data_file = path;
           SHIP_SETUP(s.run);
         },
-        testing::ExitedWithCode(0), "NEED DRAWDOWN DATA FILE|directory|/nowhere/hull.dat")
+        testing::ExitedWithCode(0), "NEED DRAWDOWN DATA FILE|not a regular file|/nowhere/hull.dat")
         << path;
   }
 }

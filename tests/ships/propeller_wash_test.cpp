@@ -196,7 +196,7 @@ TEST(PropellerWash, BadFilesStopWithTheirPlaceAndFault) {
   };
   const Case cases[] = {
       {"missing", nullptr, "missing"},
-      {".", nullptr, "directory"},
+      {".", nullptr, "not a regular file"},
       {"empty", "", "empty:.*expected a real number"},
       {"cut", "6\n1\n0\n1\n0\n1\n80\n", "cut:7: expected an integer, found the end of the file"},
       {"letters", "6\none\n", "letters:2: expected a real number, found \"one\""},

@@ -79,6 +79,8 @@ TEST(ReturnFlow, RootsAreFoundOverShipsSpeedsAndSections) {
           for (ReturnFlow method : {ReturnFlow::square, ReturnFlow::channel, ReturnFlow::trench}) {
             // A trench is 6 m deep below its flats.
             if (method == ReturnFlow::trench && Hm < 7.0f) continue;
+            // Banks of 1 to 3 that meet above the bed leave no section.
+            if (method == ReturnFlow::channel && W < 3.0f * Hm) continue;
             const std::string what = std::to_string(static_cast<int>(method)) + " B " +
                                      std::to_string(beam) + " W " + std::to_string(W) + " Hm " +
                                      std::to_string(Hm) + " U " + std::to_string(speed);
@@ -91,10 +93,21 @@ TEST(ReturnFlow, RootsAreFoundOverShipsSpeedsAndSections) {
               continue;
             }
             ++below_critical;
-            if (method != ReturnFlow::square) continue;
             // What the free section carries past the ship, and what goes by its hull.
-            const float by_hull = ((Hm - r.z) * W - draught * beam) * (speed + r.Vr);
-            worst = std::max(worst, std::abs(by_hull / (W * Hm * speed) - 1.0f));
+            const float A = W * Hm, hull = draught * beam, S = 3.0f;
+            float free = A * speed, by_hull = 0.0f;
+            if (method == ReturnFlow::square) {
+              by_hull = (A - r.z * W - hull) * (speed + r.Vr);
+            } else if (method == ReturnFlow::channel) {
+              by_hull = (A - r.z * W + r.z * r.z * S - hull) * (speed + r.Vr);
+            } else {
+              // Here the water of the drop itself is not carried by.
+              const float q0 = Hm - 6.0f;
+              const float section = 6.0f * W + 110.0f * q0 + S * q0 * q0 - r.z * W;
+              free = section * speed;
+              by_hull = (section - hull) * (speed + r.Vr);
+            }
+            worst = std::max(worst, std::abs(by_hull / free - 1.0f));
           }
         }
       }

@@ -127,7 +127,7 @@ TEST(ShipRoutes, BadFilesStopWithTheirPlaceAndFault) {
   const Case cases[] = {
       {"none", nullptr, " \\*\\*\\* NEED SHIP ROUTE FILE \\*\\*\\*"},
       {"missing.i3s", nullptr, "missing.i3s"},
-      {".", nullptr, "directory"},
+      {".", nullptr, "not a regular file"},
       {"route.txt", "", "\\*\\*\\* ROUTE FILE NOT i3s FORMAT \\*\\*\\*"},
       {"empty.i3s", "", "ERROR: Premature EndOfFile encountered"},
       {"cut.i3s", ":start 2020 1 1 0 0 0 0\n", "ERROR: Premature EndOfFile encountered"},
