@@ -187,7 +187,7 @@ TEST(ShipPass, ShipOffTheMeshStopsWhereItsDepthIsNeeded) {
 TEST(ShipPass, BlockedShipIsToldOnce) {
   ShipRun s;
   s.channel(50, 2, 20.0, [](double, double) { return 5.0f; });  // 40 m wide, 200 m2 in 1.1 draughts
-  s.hull("function-return-square", "180\n42\n8\n");
+  s.hull("function-return-square", "180\n46\n8\n");
   s.route("2 a\n100 20 10\n900 20 10\n");
   s.run.messages.echo_file = std::fopen(s.folder.path("log").c_str(), "w");
   SHIP_SETUP(s.run);
