@@ -382,8 +382,6 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
   const Case cases[] = {
       {":mesh_format gr3d\n", "\"gr3d\" and \"n3d\" are not available"},
       {":eulerian_sed_trans a-d\n", "\"a-d\" is not available"},
-      {":propwash_data_file p\n", "Propeller wash is not available"},
-      {":drawdown_method function\n", "Ship drawdown is not available"},
   };
   for (const Case& c : cases) {
     EXPECT_EXIT(
@@ -397,7 +395,8 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
   }
   // Without a map format, and with words that the opening of the inputs refuses itself, it passes.
   for (const char* cards : {":morphology\n:no_hyfs_maps\n", ":mesh_format foo\n",
-                            ":flow_format hyfs\n", ":currents\n:flow_format foo\n"}) {
+                            ":flow_format hyfs\n", ":currents\n:flow_format foo\n",
+                            ":propwash_data_file p\n", ":drawdown_method function\n"}) {
     read_with(cards);
     refuse_unavailable(run);
   }
