@@ -36,7 +36,7 @@ struct PatchedGrid {
   }
   // A place along the axes of the grid in mesh coordinates.
   std::pair<double, double> place(double a, double b) const {
-    const double turn = bearing * std::acos(-1.0) / 180.0;
+    const double turn = -bearing * std::acos(-1.0) / 180.0;  // clockwise
     return {x0 + std::cos(turn) * a - std::sin(turn) * b,
             y0 + std::sin(turn) * a + std::cos(turn) * b};
   }
