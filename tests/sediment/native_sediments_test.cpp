@@ -120,7 +120,8 @@ void two_cells(RunState& run, const TemporaryFolder& folder, SedimentsFormat for
 void expect_two_cells(const RunState& run, float d90) {
   const SedimentState& bed = run.sediment;
   for (int n : {1, 4}) EXPECT_FLOAT_EQ(bed.D50(n), 0.0002f) << n;
-  for (int n : {2, 5}) EXPECT_FLOAT_EQ(bed.D35(n), 0.0002f) << n;
+  // Between the cells the mean counts: -0.15 mm of D90 beside a hard bottom of -0.6 mm.
+  for (int n : {2, 5}) EXPECT_FLOAT_EQ(bed.D35(n), d90 > 0.0f ? 0.0002f : 0.00005f) << n;
   for (int n : {3, 6}) {
     const bool mobile = d90 > 0.0f;
     EXPECT_EQ(is_true(bed.BEDmobile(n)), mobile);
