@@ -380,7 +380,6 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
     const char* text;
   };
   const Case cases[] = {
-      {":mesh_format gr3d\n", "\"gr3d\" and \"n3d\" are not available"},
       {":eulerian_sed_trans a-d\n", "\"a-d\" is not available"},
       {":propwash_data_file p\n", "Propeller wash is not available"},
       {":drawdown_method function\n", "Ship drawdown is not available"},
@@ -396,8 +395,9 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
         << c.cards;
   }
   // Without a map format, and with words that the opening of the inputs refuses itself, it passes.
-  for (const char* cards : {":morphology\n:no_hyfs_maps\n", ":mesh_format foo\n",
-                            ":flow_format hyfs\n", ":currents\n:flow_format foo\n"}) {
+  for (const char* cards :
+       {":morphology\n:no_hyfs_maps\n", ":mesh_format foo\n", ":mesh_format gr3d\n",
+        ":flow_format hyfs\n", ":currents\n:flow_format foo\n"}) {
     read_with(cards);
     refuse_unavailable(run);
   }
