@@ -15,9 +15,6 @@ void refuse_unavailable(const RunState& run) {
   const Settings& s = run.settings;
   const auto& m = s.method;
   const Refusal refusals[] = {
-      {m.mesh == MeshFormat::kfe, "Meshes of the format \"kfe\" are not available in this version"},
-      {m.mesh == MeshFormat::gr3d || m.mesh == MeshFormat::n3d,
-       "Meshes of the formats \"gr3d\" and \"n3d\" are not available in this version"},
       {m.transport == TransportFormula::a_d,
        "Eulerian transport \"a-d\" is not available in this version"},
   };

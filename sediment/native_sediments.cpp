@@ -102,6 +102,27 @@ void fill_missing(SedimentState& sediment, const Array<Logical>& given) {
   }
 }
 
+// Every node of an element's face on the bed needs a record.
+void check_bed_faces(const RunState& run, const Array<Logical>& given) {
+  const GridState& grid = run.grid;
+  const MeshState& mesh = run.mesh;
+  if (grid.FACEbc.rows() != mesh.NUMelem) return;  // of another kind of mesh
+  // Nodes of the faces, as places in n.
+  constexpr std::size_t faces[4][3] = {{0, 1, 2}, {0, 1, 3}, {1, 2, 3}, {0, 2, 3}};
+  for (int e = 1; e <= mesh.NUMelem; ++e) {
+    const int n[4] = {mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e), grid.ELnode4(e)};
+    for (int face = 1; face <= 4; ++face) {
+      if (grid.FACEbc(e, face) == 0) continue;
+      for (const std::size_t place : faces[face - 1]) {
+        const int node = n[place];
+        if (node == 0 || !is_true(given(node))) {
+          REPORT_INT2(run.messages, true, "Need sediment for node , element", node, e);
+        }
+      }
+    }
+  }
+}
+
 void read_kfe_text(RunState& run) {
   TextReader in(run.messages, run.settings.sediment_file);
   in.skip_line();
@@ -119,6 +140,7 @@ void read_kfe_text(RunState& run) {
     const int n = read_node(in, 0, false, run.sediment, given);
     convert_node(run.messages, run.sediment, n);
   }
+  check_bed_faces(run, given);
   fill_missing(run.sediment, given);
 }
 

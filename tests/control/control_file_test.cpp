@@ -380,7 +380,6 @@ TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
     const char* text;
   };
   const Case cases[] = {
-      {":mesh_format gr3d\n", "\"gr3d\" and \"n3d\" are not available"},
       {":eulerian_sed_trans a-d\n", "\"a-d\" is not available"},
   };
   for (const Case& c : cases) {

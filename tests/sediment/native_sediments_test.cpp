@@ -76,6 +76,54 @@ TEST(NativeSediments, ListedNodeThatComesAgainTakesTheLaterSizes) {
   EXPECT_FLOAT_EQ(bed.D90(4), 0.0014f / 3.0f);  // the mean of three nodes, not of five records
 }
 
+// A tetrahedron's faces in order: (1, 2, 3), (1, 2, 4), (2, 3, 4), (1, 3, 4). Without its corner m
+// the face opposite to it is served, all others are not.
+TEST(NativeSedimentsDeathTest, EveryNodeOfAFaceOnTheBedNeedsARecord) {
+  const int corners[] = {2, 4, 3, 1};        // n1 to n4 of the second element
+  const int opposite_face[] = {3, 4, 2, 1};  // of each corner
+  for (int m = 0; m < 4; ++m) {
+    std::string text = "title\n3\n";
+    for (int k = 0; k < 4; ++k) {
+      if (k != m) text += std::to_string(corners[k]) + " 0.1 0.2 0.4\n";
+    }
+    for (int face = 0; face <= 4; ++face) {  // 0: none on the bed
+      SCOPED_TRACE("without corner " + std::to_string(m + 1) + ", face " + std::to_string(face));
+      TemporaryFolder folder;
+      RunState run;
+      sediment_run(run, folder, SedimentsFormat::kfe, text);
+      run.grid.ELnode4.allocate(2);
+      run.grid.FACEbc.allocate(2, 1, 4);
+      run.mesh.ELnode1(2) = corners[0];
+      run.mesh.ELnode2(2) = corners[1];
+      run.mesh.ELnode3(2) = corners[2];
+      run.grid.ELnode4(2) = corners[3];
+      if (face > 0) run.grid.FACEbc(2, face) = -7;
+      if (face == 0 || face == opposite_face[m]) {
+        READ_NATIVE_SEDIMENTS(run);
+        EXPECT_FLOAT_EQ(run.sediment.D50(corners[m]), 0.0002f);
+      } else {
+        const std::string message =
+            "ERROR: Need sediment for node , element     " + std::to_string(corners[m]) + "     2";
+        EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), message);
+      }
+    }
+  }
+}
+
+// A face of a fourth node that the element does not have.
+TEST(NativeSedimentsDeathTest, FaceOnTheBedWithoutItsFourthNodeStops) {
+  TemporaryFolder folder;
+  RunState run;
+  sediment_run(run, folder, SedimentsFormat::kfe, "t\n4\n1 1 1 1\n2 1 1 1\n3 1 1 1\n4 1 1 1\n");
+  run.grid.ELnode4.allocate(2);
+  run.grid.FACEbc.allocate(2, 1, 4);
+  run.grid.FACEbc(1, 1) = 1;
+  READ_NATIVE_SEDIMENTS(run);
+  run.grid.FACEbc(1, 4) = 1;
+  EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0),
+              "ERROR: Need sediment for node , element     0     1");
+}
+
 TEST(NativeSediments, UniformSizesAreNotChecked) {
   TemporaryFolder folder;
   RunState run;
