@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include "control/availability.h"
 #include "control/command_line.h"
 #include "control/control_file.h"
 #include "control/open_inputs.h"
@@ -140,7 +139,6 @@ void show_table_head(const RunState& run) {
 // From the control file to the state before the first step.
 void prepare_run(RunState& run) {
   READ_CONTROL_FILE(run);
-  refuse_unavailable(run);
   SHIP_SETUP(run);
   seed_run(run);
   OPEN_INPUTS(run);

@@ -77,37 +77,6 @@ void create_map_dataset(const RunState& run, HyfsHandle file, const MapField& fi
   check_hyfs(run.messages, hfclosegroup_f(group), "HF_CLOSE_GROUP" + name, path);
 }
 
-std::string ensim_map_head(const RunState& run, const MapField& field) {
-  std::string head = ensim_head(run, field.vector ? "t3v" : "t3s");
-  head += ":Name       " + run.settings.output_prefix + "_" + field.ensim + "\n";
-  head += ":Projection Cartesian \n";
-  head += ":Ellipsoid Unknown \n";
-  head += ":NodeCount " + std::to_string(run.mesh.NUMnode) + "\n";
-  head += ":ElementCount " + std::to_string(run.mesh.NUMelem) + "\n";
-  head += ":ElementType  T3\n";
-  head += "#\n";
-  head += ":EndHeader\n";
-  return head;
-}
-
-// x and y of the nodes in 4-byte floats, then the elements' first, second and third nodes, all
-// 4 bytes wide.
-std::vector<char> ensim_geometry(const MeshState& mesh) {
-  std::vector<char> record;
-  const auto append = [&record](const auto& value) {
-    static_assert(sizeof value == 4);
-    const char* bytes = reinterpret_cast<const char*>(&value);
-    record.insert(record.end(), bytes, bytes + sizeof value);
-  };
-  for (const Array<double>* coordinate : {&mesh.Xnode, &mesh.Ynode}) {
-    for (int n = 1; n <= mesh.NUMnode; ++n) append(static_cast<float>((*coordinate)(n)));
-  }
-  for (const Array<int>* nodes : {&mesh.ELnode1, &mesh.ELnode2, &mesh.ELnode3}) {
-    for (int e = 1; e <= mesh.NUMelem; ++e) append(static_cast<std::int32_t>((*nodes)(e)));
-  }
-  return record;
-}
-
 }  // namespace
 
 void create_hyfs_maps(RunState& run) {
@@ -171,12 +140,43 @@ void create_tecplot_maps(RunState& run) {
   flush_output(run.messages, output);
 }
 
+std::string ensim_map_head(const RunState& run, std::string_view suffix, std::string_view author,
+                           std::string_view name) {
+  std::string head = ensim_head(suffix, author);
+  head += ":Name       " + run.settings.output_prefix + "_" + std::string(name) + "\n";
+  head += ":Projection Cartesian \n";
+  head += ":Ellipsoid Unknown \n";
+  head += ":NodeCount " + std::to_string(run.mesh.NUMnode) + "\n";
+  head += ":ElementCount " + std::to_string(run.mesh.NUMelem) + "\n";
+  head += ":ElementType  T3\n";
+  head += "#\n";
+  head += ":EndHeader\n";
+  return head;
+}
+
+std::vector<char> ensim_geometry(const MeshState& mesh) {
+  std::vector<char> record;
+  const auto append = [&record](const auto& value) {
+    static_assert(sizeof value == 4);
+    const char* bytes = reinterpret_cast<const char*>(&value);
+    record.insert(record.end(), bytes, bytes + sizeof value);
+  };
+  for (const Array<double>* coordinate : {&mesh.Xnode, &mesh.Ynode}) {
+    for (int n = 1; n <= mesh.NUMnode; ++n) append(static_cast<float>((*coordinate)(n)));
+  }
+  for (const Array<int>* nodes : {&mesh.ELnode1, &mesh.ELnode2, &mesh.ELnode3}) {
+    for (int e = 1; e <= mesh.NUMelem; ++e) append(static_cast<std::int32_t>((*nodes)(e)));
+  }
+  return record;
+}
+
 void create_ensim_maps(RunState& run) {
   for (std::size_t k = 0; k < ensim_map_order.size(); ++k) {
     const MapField& field = map_field(ensim_map_order[k]);
     if (!map_field_selected(run, field)) continue;
     OutputFile head = open_output(run.messages, ensim_map_path(run, field), "w");
-    write_output(run.messages, head, ensim_map_head(run, field));
+    write_output(run.messages, head,
+                 ensim_map_head(run, field.vector ? "t3v" : "t3s", run.clock.RUNuser, field.ensim));
     close_output(run.messages, head);
     const OutputFile output = open_output(run.messages, ensim_map_path(run, field), "ab");
     run.output.ensim_map_files[k] = output.file;

@@ -99,13 +99,13 @@ std::int64_t expected_frames(const RunState& run, int increment) {
   return static_cast<std::int64_t>(steps) / std::max(increment, 1) + 2;
 }
 
-std::string ensim_head(const RunState& run, std::string_view suffix) {
+std::string ensim_head(std::string_view suffix, std::string_view author) {
   std::string head = std::string(59, '#') + "\n";
   head += ":FileType " + std::string(suffix) + " BINARY EnSim 1.0\n";
   head += "#\n";
   head += std::string(":Application   ") + program_name + "\n";
   head += std::string(":Version       ") + program_version + "\n";
-  head += ":WrittenBy     " + trim_right(run.clock.RUNuser) + "\n";
+  head += ":WrittenBy     " + trim_right(std::string(author)) + "\n";
   head += "#\n";
   head += "#" + std::string(58, '-') + "\n";
   head += "#\n";

@@ -42,6 +42,6 @@ double start_julian_day(const RunState& run, const std::string& path);
 std::int64_t expected_frames(const RunState& run, int increment);
 
 // First lines of an EnSim file, down to the mark before its name.
-std::string ensim_head(const RunState& run, std::string_view suffix);
+std::string ensim_head(std::string_view suffix, std::string_view author);
 
 }  // namespace dfl

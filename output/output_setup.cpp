@@ -40,7 +40,7 @@ void create_tecplot_parcels(RunState& run) {
 // A text head, then binary records behind it.
 void create_ensim_parcels(RunState& run) {
   const std::string path = run.settings.output_prefix + "_particles.pcl";
-  std::string head = ensim_head(run, "pcl");
+  std::string head = ensim_head("pcl", run.clock.RUNuser);
   head += ":Name       " + run.settings.output_prefix + "\n#\n";
   for (const EnsimAttribute& attribute : ensim_attributes(run)) {
     head += std::string(":AttributeName ") + attribute.name + "\n";

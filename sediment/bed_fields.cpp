@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "flow/vertical_profile.h"
+#include "sediment/eulerian_ad.h"
 #include "sediment/morphology.h"
 #include "sediment/primitives.h"
 #include "sediment/transport_formulas.h"
@@ -457,6 +458,24 @@ void bed_change(RunState& run, const Pass& pass) {
   NODE_AVERAGE(mesh, sediment.BEDrate, sediment.DZDT);
 }
 
+// The load and the rate of bed change of transport "a-d".
+void advect_load(RunState& run, const Pass& pass) {
+  const int nodes = run.mesh.NUMnode;
+  SedimentState& sediment = run.sediment;
+  Array<float> rho, nu, breaking;
+  rho.allocate(nodes);
+  nu.allocate(nodes);
+  breaking.allocate(nodes);
+  for (int n = 1; n <= nodes; ++n) {
+    const WaterAtBed water = water_at_bed(run, n, std::max(run.flow.Hnode(n), 0.0f));
+    rho(n) = water.rho;
+    nu(n) = water.nu;
+    if (run.settings.wave_breaking) breaking(n) = run.waves.WAVEbreak(n);
+  }
+  EULERIAN_AD(run, pass.dt, rho, nu, breaking);
+  for (int n = 1; n <= nodes; ++n) sediment.QSED(n) = run.settings.rhos * sediment.SSCnode(n, 2);
+}
+
 // Combinations that run but are likely not meant; told at the first pass.
 void warn_of_combinations(const RunState& run) {
   const Settings& settings = run.settings;
@@ -466,6 +485,11 @@ void warn_of_combinations(const RunState& run) {
         run.messages,
         "eulerian_sed_trans \"van_rijn\" needs eulerian_method \"van_rijn\": the transport "
         "rates of the nodes stay 0");
+  }
+  if (settings.method.eulerian != EulerianMethod::pie &&
+      settings.method.transport == TransportFormula::a_d) {
+    echo_warning(run.messages,
+                 "eulerian_sed_trans \"a-d\" needs eulerian_method \"pie\": the bed is at rest");
   }
   if (settings.ensim && (settings.morphology || settings.slope_effects)) {
     echo_warning(run.messages,
@@ -496,6 +520,7 @@ void BED_FIELDS(RunState& run) {
     for (int n = 1; n <= nodes; ++n) {
       sediment.QSED(n) = sediment.QSED(n) * settings.eulerian_sed_trans_efficiency;
     }
+    if (settings.method.transport == TransportFormula::a_d) advect_load(run, pass);
   } else {
     for (int n = 1; n <= nodes; ++n) store_fields(profile_node(run, pass, n), n, sediment);
   }

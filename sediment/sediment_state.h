@@ -28,6 +28,12 @@ struct SedimentState {
   bool lund_current_seen = false, lund_waves_seen = false;
   bool lund_old_current_seen = false, lund_old_waves_seen = false;
 
+  // Eulerian transport "a-d": column 1 the concentration, m3/m3, column 2 the total load, m2/s.
+  Array2<float> SSCnode;
+  int eulerian_frames = 0;      // frames in its files
+  bool lattice_warned = false;  // the mesh has no lattice, and the run was told
+  bool ad_step_warned = false;  // passes are too far apart, and the run was told
+
   // Moving bed, per node. DEPTHstart and BEDlevel exist with morphology, active_morphology or
   // adjust_currents.
   Array<float> DEPTHstart;  // depth at the start of the run, m
