@@ -54,7 +54,7 @@ TEST(KfeMesh, NumbersOfTheLinesDecideTheEntries) {
     for (int k = 1; k <= 4; ++k) EXPECT_EQ(run.grid.FACEbc(e, k), codes[e - 1][k - 1]);
   }
   // Triangles of the first three nodes, ready for searches, without boundaries.
-  EXPECT_FLOAT_EQ(mesh.AREAelem(2), 0.5f * (1.0f - 0.123456789f));
+  EXPECT_FLOAT_EQ(mesh.AREAelem(1), 0.5f * (1.0f - 0.123456789f));
   EXPECT_EQ(FIND_ELEMENT(mesh, 0.2, 0.8), 2);
   EXPECT_EQ(mesh.NEIGHcount(1), 1);
   EXPECT_EQ(mesh.NUMopen + mesh.NUMland, 0);
