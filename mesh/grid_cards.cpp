@@ -48,6 +48,8 @@ std::vector<Card> read_cards(const RunState& run, const std::string& path) {
   std::vector<Card> cards;
   for (Card card; in.read_line(card.line);) {
     if (card.line.size() > line_length) card.line.resize(line_length);
+    TABS_TO_BLANKS(card.line, static_cast<int>(card.line.size()));
+    card.line = trim(card.line);
     int parts = 0;
     card.rest.clear();
     CARD_SPLIT(card.line, ' ', parts, card.word, card.rest);
@@ -93,7 +95,7 @@ void take_cards(RunState& run, const std::vector<Card>& cards) {
   bool grid_file = false, bathymetry = false, cellstring_file = false, telescoping = false;
   for (const Card& card : cards) {
     if (card.rest.empty()) {
-      console(run.messages, "ERROR in line: %s\n", trim_right(card.line).c_str());
+      console(run.messages, "ERROR in line: %s\n", card.line.c_str());
       stop_at_cards(run);
     }
     if (card.word == "params_file") {

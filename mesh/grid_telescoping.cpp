@@ -212,7 +212,6 @@ void read_telescoping_grid(RunState& run) {
     active(cell) = is_active(grid.CELLvalues(cell));
   }
   number_nodes(run, nodes, active);
-  echo_mesh_counts(run);
   allocate_mesh_arrays(run);
   place_nodes(run);
   run.flow.datasets.ZLOC = 0;

@@ -230,9 +230,11 @@ void take_values(RunState& run, const SizeSource& source, const std::vector<floa
   to.allocate(static_cast<int>(values.size()));
   for (int i = 1; i <= to.size(); ++i) {
     to(i) = values[static_cast<std::size_t>(i) - 1];
-    if (mapped || (std::isfinite(to(i)) && to(i) > dry_mark)) continue;
+    // A cell may have no value; its nodes then take those of the cells beside it.
+    if (mapped ? !std::isinf(to(i)) : std::isfinite(to(i)) && to(i) > dry_mark) continue;
     fatal_error(run.messages, run.settings.sediment_file + ": \"" + source.path +
-                                  "\" has no grain size at node " + std::to_string(i));
+                                  "\" has no grain size at " + (mapped ? "cell " : "node ") +
+                                  std::to_string(i));
   }
   if (mapped) map_sizes(run, cells, source.sizes);
 }

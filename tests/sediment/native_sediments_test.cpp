@@ -275,6 +275,20 @@ TEST(NativeSedimentsDeathTest, BadGridFilesStop) {
     write_sizes(run.settings.sediment_file, c.written_as_properties, c.nodes, c.cells);
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
   }
+  {
+    TemporaryFolder folder;
+    RunState run;
+    two_cells(run, folder, SedimentsFormat::hyfs_n2d);
+    run.settings.sediment_hyfs_layout = "property";
+    write_sizes(run.settings.sediment_file, true, 2, 2);
+    HyfsHandle file = 0;
+    ASSERT_GE(hfopenfile_f(run.settings.sediment_file, false, file), 0);
+    const float infinite = std::numeric_limits<float>::infinity();
+    ASSERT_GE(hfwritepropertyfloat_f(file, "Datasets/D50", {0.2f, infinite}), 0);
+    ASSERT_GE(hfclosefile_f(file), 0);
+    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0),
+                "\"Datasets/D50\" has no grain size at cell 2");
+  }
   // The third of the paths is wrong.
   TemporaryFolder folder;
   RunState run;
