@@ -33,8 +33,8 @@ test::TinyCase hump_case() {
   }
   c.mesh = test::lines_of(test::adcirc_text(nodes, elements, {left, right}, {}));
   c.elevation = test::frames(1, 100000.0, 2, across * across, 0.0f, 0.0f);
-  c.velocity = {"flow", "2 2601 100000 1 2"};
-  for (const char* head : {"0 0", "100000 1"}) {
+  c.velocity = {"flow", "2 2601 100000 10 2"};
+  for (const char* head : {"0 0", "100000 10"}) {
     c.velocity.push_back(head);
     c.velocity.insert(c.velocity.end(), values.begin(), values.end());
   }
