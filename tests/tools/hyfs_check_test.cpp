@@ -22,12 +22,13 @@ ToolRun check_grid(const test::TemporaryFolder& folder, const std::string& cards
 TEST(HyfsCheck, GridAndFlowThatFitMissNothing) {
   const test::TemporaryFolder folder;
   ASSERT_EQ(tool(test::small_grid(folder)).status, 0);
-  const ToolRun run = check_grid(folder);
+  const ToolRun run = check_grid(folder, ":output_prefix " + folder.path("run") + "\n");
   EXPECT_EQ(run.status, 0) << run.out << run.err;
   expect_parts(run.out, {"used as grid of the mesh", "used as flow (flow_format n2d)",
                          "nothing is missing"});
   // The log of a run is not touched.
-  EXPECT_FALSE(std::filesystem::exists("DFL.err"));
+  EXPECT_FALSE(std::filesystem::exists(folder.path("run.input")));
+  EXPECT_FALSE(std::filesystem::exists(folder.path("run.err")));
 }
 
 struct Fault {
@@ -141,8 +142,8 @@ TEST(HyfsCheck, LatticeInLayers) {
   }
   ASSERT_EQ(tool(words).status, 0);
   folder.write("run.pcf",
-               ":mesh_format n3d\n:mesh_file model.h5\n:hyfs_n3d_path G\n:hyfs_dep_path Depth\n"
-               ":currents\n:velocity_method 3d (sigma)\n:flow_format n3d\n"
+               ":mesh_format rvs-3d\n:mesh_file model.h5\n:hyfs_n3d_path G\n:hyfs_dep_path Depth\n"
+               ":currents\n:velocity_method 3d (sigma)\n:flow_format rvs-3d\n"
                ":flow_file_hyfs model.h5\n:hyfs_wse_path Z\n:hyfs_u_path U\n:hyfs_v_path V\n"
                ":hyfs_w_path W\n:hyfs_sal_path Salt\n:start_run 2000 1 1 0 0 0\n"
                ":stop_run 2000 1 1 0 10 0\n:end_data\n");

@@ -37,9 +37,9 @@ TEST(HyfsInfo, ShowsANetcdfFileOfAnotherProgram) {
       "netcdf other { dimensions: time = UNLIMITED; node = 3; len = 4; variables:\n"
       "double time(time); time:units = \"hours since 2000-01-01 06:00:00\";\n"
       "double zeta(time, node); zeta:units = \"m\"; float depth(node); char name(len);\n"
-      "group: more { variables: int count; data: count = 7; }\n"
       "data: time = 0, 1, 3; zeta = 1, 2, 3, 4, 5, 6, 7, 8, 9; depth = 1, 2, 3;\n"
-      "name = \"abcd\"; }\n";
+      "name = \"abcd\";\n"
+      "group: more { variables: int count; data: count = 7; } }\n";
   if (!test::make_netcdf(folder, "other.nc", cdl)) GTEST_SKIP() << "no ncgen";
   const ToolRun run = tool({"info", folder.path("other.nc")});
   EXPECT_EQ(run.status, 0) << run.err;
@@ -48,7 +48,7 @@ TEST(HyfsInfo, ShowsANetcdfFileOfAnotherProgram) {
       {"other.nc: NetCDF-4\n",
        "  zeta\n    scalar, 3 values\n    times: 3 times, 0 to 3, uneven steps Hours, from "
        "2000-01-01 06:00:00\n    units: m\n    at: nodes\n",
-       "  depth: 3 numbers = 1 2 3\n", "Not read\n  name\n"});
+       "  depth: 3 numbers = 1 2 3\n", "  more/count: 1 number = 7\n", "Not read\n  name\n"});
 }
 
 TEST(HyfsInfo, FilesThatCannotBeReadGiveAMessageAndStatusOne) {
