@@ -15,7 +15,12 @@ struct Listing {
   bool damaged = false;
 };
 
-void line(const Listing& list, const std::string& text) {
+// Names and texts of a damaged file may hold anything; a terminal obeys some of it.
+void line(const Listing& list, std::string text) {
+  for (char& c : text) {
+    const bool control = static_cast<unsigned char>(c) < ' ' || c == '\x7f';
+    if (control) c = '?';
+  }
   std::fprintf(list.out, "%s\n", text.c_str());
 }
 
