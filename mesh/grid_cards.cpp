@@ -8,6 +8,7 @@
 
 #include "control/text_reader.h"
 #include "control/text_tools.h"
+#include "mesh/grid_mesh.h"
 
 namespace dfl {
 
@@ -41,9 +42,7 @@ bool takes_value(const std::string& word) {
 
 // The cards of the table up to the last one.
 std::vector<Card> read_cards(const RunState& run, const std::string& path) {
-  std::FILE* file = is_directory(found_path(path)) ? nullptr : open_file(path, "r");
-  if (file == nullptr) fatal_error(run.messages, "RVCARDS file not found");
-  std::fclose(file);
+  if (!can_be_read(path)) fatal_error(run.messages, "RVCARDS file not found");
   TextReader in(run.messages, found_path(path));
   std::vector<Card> cards;
   for (Card card; in.read_line(card.line);) {

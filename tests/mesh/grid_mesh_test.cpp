@@ -3,6 +3,7 @@
 #include "mesh/grid_mesh.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <limits>
 #include <map>
@@ -341,6 +342,15 @@ TEST(GridMesh, BadCardFileStopsTheRun) {
     GridRun it("", true);
     it.run.settings.mesh_file = it.folder.path(name);
     EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0), "RVCARDS file not found");
+  }
+  // A pipe that nobody writes to is not waited for.
+  for (const bool cards : {true, false}) {
+    GridRun it(test::telescoping_cards(), true);
+    const std::string pipe = it.folder.path(cards ? "pipe" : "grid.tel");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    if (cards) it.run.settings.mesh_file = pipe;
+    EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0),
+                cards ? "RVCARDS file not found" : "TELESCOPING file error");
   }
   GridRun it("", true);
   it.run.settings.method.mesh = MeshFormat::n2g;
