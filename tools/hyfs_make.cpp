@@ -1,5 +1,6 @@
 #include "tools/hyfs_make.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>

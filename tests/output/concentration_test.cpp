@@ -96,6 +96,7 @@ std::vector<double> plain_concentration(const RunState& run) {
     }
   }
   for (std::size_t n = 1; n < node.size(); ++n) {
+    if (!(weight[n] > 0.0)) continue;  // a node of no element
     node[n] = node[n] / weight[n] * static_cast<double>(run.settings.concentration_units);
   }
   return node;

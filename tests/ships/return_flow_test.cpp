@@ -116,7 +116,7 @@ TEST(ReturnFlow, RootsAreFoundOverShipsSpeedsAndSections) {
   EXPECT_GT(below_critical, 500);
   EXPECT_GT(critical, 500);
   EXPECT_LT(worst, 1e-5f);
-  RecordProperty("worst_discharge_residual", std::to_string(worst));
+  RecordProperty("worst_discharge_residual_1e9", std::to_string(worst * 1.0e9f));
 }
 
 TEST(ReturnFlow, NearTheCriticalSpeedTheCriticalReturnFlowIsTaken) {
