@@ -33,8 +33,8 @@ std::string grid_folder(bool telescoping, int cells) {
   if (std::filesystem::exists(folder + "/rvcards")) return folder;
   std::filesystem::create_directories(folder);
   if (telescoping) {
-    // A coarse cell in three is cut into four, one of them again: about 3 for each coarse cell.
-    const int side = static_cast<int>(std::sqrt(cells / 3.3));
+    // Balanced, about five cells for each coarse one.
+    const int side = static_cast<int>(std::sqrt(cells / 5.13));
     const test::QuadtreeGrid grid(side, side, 16.0, [](double x, double y) {
       const int place = static_cast<int>(x / 16.0) + 2 * static_cast<int>(y / 16.0);
       return place % 7 == 0 ? 2 : place % 3 == 0 ? 1 : 0;

@@ -8,6 +8,8 @@
 #include "flow/flow_text.h"
 #include "mesh/adcirc_mesh.h"
 #include "mesh/grid_mesh.h"
+#include "mesh/kfe_mesh.h"
+#include "mesh/lattice_mesh.h"
 #include "sediment/native_sediments.h"
 #include "waves/wave_setup.h"
 
@@ -37,7 +39,16 @@ void open_mesh(RunState& run) {
     case MeshFormat::n2g:
       READ_GRID_MESH(run);
       break;
-    default:
+    case MeshFormat::kfe:
+      READ_KFE_MESH(run);
+      break;
+    case MeshFormat::gr3d:
+      READ_GR3D_MESH(run);
+      break;
+    case MeshFormat::n3d:
+      READ_N3D_MESH(run);
+      break;
+    case MeshFormat::unknown:
       fatal_error(run.messages, "MESH_FILE type not supported");
   }
   warn_of_degrees(run);

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include "control/availability.h"
 #include "control/command_line.h"
 #include "control/control_file.h"
 #include "control/open_inputs.h"
@@ -27,6 +26,7 @@
 #include "parcels/track_parcel.h"
 #include "sediment/bed_fields.h"
 #include "sediment/morphology.h"
+#include "ships/ship_effects.h"
 #include "traps/trap_counting.h"
 #include "traps/trap_file.h"
 #include "traps/trap_reports.h"
@@ -139,7 +139,7 @@ void show_table_head(const RunState& run) {
 // From the control file to the state before the first step.
 void prepare_run(RunState& run) {
   READ_CONTROL_FILE(run);
-  refuse_unavailable(run);
+  SHIP_SETUP(run);
   seed_run(run);
   OPEN_INPUTS(run);
   prepare_moving_bed(run);
@@ -165,12 +165,6 @@ void advance_clock(ClockState& clock, const Settings& s) {
   ++clock.NStep;
   ++clock.OUTcount;
   ++clock.MAPcount;
-}
-
-// The node fields of flow and waves at Tnow.
-void SHIP_PASS(RunState& run) {
-  if (run.settings.currents) FLOW_BLEND(run);
-  if (run.settings.waves) WAVES_TO_NODES(run);
 }
 
 // True if any node field has changed.

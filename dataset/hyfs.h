@@ -89,6 +89,30 @@ int hfreadvectorvaluestimestep_f(HyfsHandle dataset, int index, std::vector<floa
 int hfgetscalardatalocation_f(HyfsHandle dataset, int& location);
 int hfgetvector2ddatalocations_f(HyfsHandle dataset, int& location_x, int& location_y);
 
+// What is in a file, for tools that show it. Each object once, however many names it has.
+enum class HyfsKind {
+  group,
+  grid,
+  particle_set,
+  vector,    // by its marker; the components are not listed a second time
+  series,    // a dataset of values, with or without time
+  property,  // a short list of numbers: a dataset of one axis or none, or an attribute of a group
+  axis,      // times or coordinates: a dimension scale
+  other,     // not numbers
+};
+struct HyfsObject {
+  HyfsKind kind = HyfsKind::other;
+  std::string path;  // from the root, without a slash in front
+};
+int hflistobjects_f(HyfsHandle file, std::vector<HyfsObject>& objects);
+struct HyfsForm {
+  bool timed = false;  // has a time axis
+  int components = 1;  // 2 or 3 for vectors
+};
+int hfgetdatasetform_f(HyfsHandle dataset, HyfsForm& form);
+// A text attribute of a file, group or dataset; of a vector's marker, else of its first component.
+int hfreadtext_f(HyfsHandle object, const std::string& name, std::string& text);
+
 // Writing datasets. compression: -1 none, 0 to 9.
 struct HyfsDatasetInfo {
   std::string units;

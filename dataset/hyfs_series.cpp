@@ -277,6 +277,28 @@ int hfgetdatasetnumvals_f(HyfsHandle dataset, int& values) {
   return 0;
 }
 
+int hfgetdatasetform_f(HyfsHandle dataset, HyfsForm& form) {
+  form = HyfsForm();
+  std::vector<hid_t> datasets;
+  hid_t marker = H5I_INVALID_HID;
+  if (const int status = components_of(dataset, datasets, marker); status < 0) return status;
+  Series series;
+  if (const int status = describe(datasets[0], series); status < 0) return status;
+  form.timed = series.timed;
+  form.components = datasets.size() > 1 ? static_cast<int>(datasets.size()) : series.components;
+  return 0;
+}
+
+int hfreadtext_f(HyfsHandle object, const std::string& name, std::string& text) {
+  text.clear();
+  if (H5Iget_type(object) == H5I_FILE) {
+    const Id root(H5Gopen2(object, "/", H5P_DEFAULT));
+    return root.good() ? read_text(root.get(), name.c_str(), text) : hyfs_io_error;
+  }
+  if (H5Iget_type(object) == H5I_GROUP) return read_text(object, name.c_str(), text);
+  return first_text(object, name.c_str(), text);
+}
+
 int hfgetdatasettimes_f(HyfsHandle dataset, std::vector<double>& times) {
   times.clear();
   Series series;

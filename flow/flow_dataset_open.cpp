@@ -258,6 +258,7 @@ void open_below_grid(const RunState& run, Dataset& data) {
   const std::string given = data.path, below = grid + "/" + given;
   const bool part = contains(grid, given);
   for (const std::string& path : {part ? given : below, part ? below : given}) {
+    data.path = path;
     if (hfopengroup_f(data.file, path, data.set) >= 0) return;
   }
   data.path = part ? given : below;

@@ -8,6 +8,7 @@
 #include "control/text_tools.h"
 #include "flow/flow_datasets.h"
 #include "flow/flow_text.h"
+#include "ships/ship_effects.h"
 
 namespace dfl {
 
@@ -457,11 +458,15 @@ void FLOW_BLEND(RunState& run) {
   if (!run.settings.currents) return;
   FlowState& flow = run.flow;
   const bool adjust = run.settings.adjust_currents && run.sediment.DEPTHstart.allocated();
+  const ShipEffects ship = ship_effects(run);
+  const bool ship_passes = ship.wash || ship.drawdown;
+  NodeDrawdown drawdown;
   for (int n = 1; n <= run.mesh.NUMnode; ++n) {
     for (int k = 0; k <= flow.NUMlayers; ++k) {
       if (k == 0) blend_surface(run, n);
       blend_velocity(flow, n, k);
       if (k > 0) blend_upper_fields(flow, n, k);
+      if (ship_passes) add_ship(run, ship, n, k, drawdown);
       if (adjust) adjust_velocity(run, n, k);
     }
   }

@@ -25,9 +25,9 @@ void READ_ADCIRC_MESH(RunState& run);
 // their start values the wave, bed and moving-bed arrays. NUMnode and NUMelem must be set.
 void allocate_mesh_arrays(RunState& run);
 
-// What every mesh reader does: the block of the log with the counts of the mesh; the depths as the
-// start of a moving bed, where the run keeps one.
+// The block of the log with the counts of the mesh, for meshes that are read as they are.
 void echo_mesh_counts(const RunState& run);
+// What every mesh reader does: the depths as the start of a moving bed, where the run keeps one.
 void start_moving_bed(RunState& run);
 
 }  // namespace dfl

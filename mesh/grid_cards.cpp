@@ -8,6 +8,7 @@
 
 #include "control/text_reader.h"
 #include "control/text_tools.h"
+#include "mesh/grid_mesh.h"
 
 namespace dfl {
 
@@ -41,13 +42,13 @@ bool takes_value(const std::string& word) {
 
 // The cards of the table up to the last one.
 std::vector<Card> read_cards(const RunState& run, const std::string& path) {
-  std::FILE* file = is_directory(found_path(path)) ? nullptr : open_file(path, "r");
-  if (file == nullptr) fatal_error(run.messages, "RVCARDS file not found");
-  std::fclose(file);
+  if (!can_be_read(path)) fatal_error(run.messages, "RVCARDS file not found");
   TextReader in(run.messages, found_path(path));
   std::vector<Card> cards;
   for (Card card; in.read_line(card.line);) {
     if (card.line.size() > line_length) card.line.resize(line_length);
+    TABS_TO_BLANKS(card.line, static_cast<int>(card.line.size()));
+    card.line = trim(card.line);
     int parts = 0;
     card.rest.clear();
     CARD_SPLIT(card.line, ' ', parts, card.word, card.rest);
@@ -93,7 +94,7 @@ void take_cards(RunState& run, const std::vector<Card>& cards) {
   bool grid_file = false, bathymetry = false, cellstring_file = false, telescoping = false;
   for (const Card& card : cards) {
     if (card.rest.empty()) {
-      console(run.messages, "ERROR in line: %s\n", trim_right(card.line).c_str());
+      console(run.messages, "ERROR in line: %s\n", card.line.c_str());
       stop_at_cards(run);
     }
     if (card.word == "params_file") {

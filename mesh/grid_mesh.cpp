@@ -1,5 +1,10 @@
 #include "mesh/grid_mesh.h"
 
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "control/text_tools.h"
 #include "mesh/adcirc_mesh.h"
 #include "mesh/boundaries.h"
 #include "mesh/geometry.h"
@@ -33,6 +38,15 @@ void triangulate(RunState& run, int cells, const Array<char>& active) {
 }
 
 }  // namespace
+
+bool can_be_read(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(found_path(path), error)) return false;
+  std::FILE* file = open_file(path, "r");
+  if (file == nullptr) return false;
+  std::fclose(file);
+  return true;
+}
 
 void number_nodes(RunState& run, int nodes, const Array<char>& active) {
   GridState& grid = run.grid;

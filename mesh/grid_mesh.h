@@ -2,7 +2,7 @@
 
 // The triangular mesh of a gridded flow model: two triangles for each active cell.
 
-#include <vector>
+#include <string>
 
 #include "control/run_state.h"
 
@@ -23,6 +23,10 @@ bool SIDES_MATCH(const Cell& A, Side a, const Cell& B, Side b);
 // ELnode1 to ELnode3 and ELcell from CELLnodes. active: a flag for each cell, by cell number.
 void TRIANGULATE_GRID(RunState& run, int NumI, int NumJ, const Array<char>& active);
 void TRIANGULATE_CELLS(RunState& run);
+
+// Whether a text file of the grid can be opened. False for folders, and for pipes, which would be
+// waited for.
+bool can_be_read(const std::string& path);
 
 // What both kinds share. Corners in the order of CELLnodes.
 constexpr int most_cells = 1 << 29;  // four corners of each stay 4-byte integers

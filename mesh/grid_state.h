@@ -38,6 +38,7 @@ struct GridState {
   std::vector<std::string> CELLstrings;  // dataset paths, in the order of their cards
   std::vector<int> CSTRcells;            // cells of all cellstrings, in order
   Array2<std::int16_t> FACEbc;           // "kfe": four face codes of each element
+  Array<int> ELnode4;                    // "kfe": fourth node of each element, 0 for none
 
   // The cells around each node with their distances from it, by cell number; made at the first
   // mapping (mesh/quadtree_map.h). Has to be cleared when the grid changes.

@@ -207,7 +207,6 @@ void read_structured_grid(RunState& run) {
   const Structure structure = read_structure(run, file);
   set_cells(run.grid, structure);
   set_corners(run, structure.active);
-  echo_mesh_counts(run);
   allocate_mesh_arrays(run);
   place_nodes(run, structure);
   read_depths(run, file);

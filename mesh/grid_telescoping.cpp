@@ -95,9 +95,7 @@ void read_cell(TextReader& in, GridState& grid, Array<char>& seen) {
 void read_cells(RunState& run) {
   GridState& grid = run.grid;
   const std::string path = found_path(run.settings.rvs_quadtree);
-  std::FILE* file = is_directory(path) ? nullptr : open_file(path, "r");
-  if (file == nullptr) fatal_error(run.messages, "TELESCOPING file error");
-  std::fclose(file);
+  if (!can_be_read(path)) fatal_error(run.messages, "TELESCOPING file error");
   TextReader in(run.messages, path);
   double bearing = 0.0;
   int count = 0;
@@ -212,7 +210,6 @@ void read_telescoping_grid(RunState& run) {
     active(cell) = is_active(grid.CELLvalues(cell));
   }
   number_nodes(run, nodes, active);
-  echo_mesh_counts(run);
   allocate_mesh_arrays(run);
   place_nodes(run);
   run.flow.datasets.ZLOC = 0;

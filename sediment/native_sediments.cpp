@@ -102,6 +102,27 @@ void fill_missing(SedimentState& sediment, const Array<Logical>& given) {
   }
 }
 
+// Every node of an element's face on the bed needs a record.
+void check_bed_faces(const RunState& run, const Array<Logical>& given) {
+  const GridState& grid = run.grid;
+  const MeshState& mesh = run.mesh;
+  if (grid.FACEbc.rows() != mesh.NUMelem) return;  // of another kind of mesh
+  // Nodes of the faces, as places in n.
+  constexpr std::size_t faces[4][3] = {{0, 1, 2}, {0, 1, 3}, {1, 2, 3}, {0, 2, 3}};
+  for (int e = 1; e <= mesh.NUMelem; ++e) {
+    const int n[4] = {mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e), grid.ELnode4(e)};
+    for (int face = 1; face <= 4; ++face) {
+      if (grid.FACEbc(e, face) == 0) continue;
+      for (const std::size_t place : faces[face - 1]) {
+        const int node = n[place];
+        if (node == 0 || !is_true(given(node))) {
+          REPORT_INT2(run.messages, true, "Need sediment for node , element", node, e);
+        }
+      }
+    }
+  }
+}
+
 void read_kfe_text(RunState& run) {
   TextReader in(run.messages, run.settings.sediment_file);
   in.skip_line();
@@ -119,6 +140,7 @@ void read_kfe_text(RunState& run) {
     const int n = read_node(in, 0, false, run.sediment, given);
     convert_node(run.messages, run.sediment, n);
   }
+  check_bed_faces(run, given);
   fill_missing(run.sediment, given);
 }
 
@@ -208,9 +230,11 @@ void take_values(RunState& run, const SizeSource& source, const std::vector<floa
   to.allocate(static_cast<int>(values.size()));
   for (int i = 1; i <= to.size(); ++i) {
     to(i) = values[static_cast<std::size_t>(i) - 1];
-    if (mapped || (std::isfinite(to(i)) && to(i) > dry_mark)) continue;
+    // A cell may have no value; its nodes then take those of the cells beside it.
+    if (mapped ? !std::isinf(to(i)) : std::isfinite(to(i)) && to(i) > dry_mark) continue;
     fatal_error(run.messages, run.settings.sediment_file + ": \"" + source.path +
-                                  "\" has no grain size at node " + std::to_string(i));
+                                  "\" has no grain size at " + (mapped ? "cell " : "node ") +
+                                  std::to_string(i));
   }
   if (mapped) map_sizes(run, cells, source.sizes);
 }

@@ -14,10 +14,10 @@
 //
 //   title      any                          1
 //   count      records                      1
-//   node       n, D35, D50, D90             as counted; the last of a node counts, and nodes
-//   without
-//                                           one take the mean of the others
-
+//   node       n, D35, D50, D90             as counted; the last of a node counts; nodes without
+//                                           one take the mean of the others, but not those of a
+//                                           face on the bed of a "kfe" mesh, which need one
+//
 // Form "n2d", of a gridded mesh:
 //
 //   title      any                          1

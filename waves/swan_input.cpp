@@ -1,7 +1,6 @@
 #include "waves/swan_input.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <optional>
 
@@ -17,53 +16,101 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-Words words_of(const std::string& text) {
-  Words words;
-  std::string word;
-  for (const char c : text + " ") {
-    if (c == ' ' || c == ',' || c == '\t' || c == '\r') {
-      if (!word.empty()) words.push_back(word);
-      word.clear();
-    } else {
-      word.push_back(c);
-    }
-  }
-  return words;
-}
-
 bool begins(const std::string& word, std::string_view head) {
   return word.rfind(head, 0) == 0;
 }
 
-// A logical line: "&" or "_" at a line's end goes on with the next. False at the end of the file.
-bool next_command(TextReader& in, std::string& command, int& line_number) {
-  command.clear();
-  std::string line;
-  bool more = false;
-  do {
-    if (!in.read_line(line)) return more;
-    if (!more) line_number = in.line();
-    std::replace(line.begin(), line.end(), '\t', ' ');
-    line = trim_right(line.substr(0, line.find('\r')));
-    more = !line.empty() && (line.back() == '&' || line.back() == '_');
-    if (more) line.back() = ' ';
-    command += line;
-  } while (more);
-  return true;
+// A command in words, in lower case. Numbers may be given by name, "mxc=10": the name is dropped.
+Words words_of(const std::string& text) {
+  Words words;
+  std::string word;
+  const auto finish = [&] {
+    if (!word.empty()) words.push_back(lower_case(word));
+    word.clear();
+  };
+  bool quoted = false;
+  for (const char c : text) {
+    if (c == '\'') quoted = !quoted;
+    if (c == '=' && !quoted) {
+      finish();
+      if (words.size() > 1 && !begins(words.back(), "lay")) words.pop_back();
+    } else if ((c == ' ' || c == ',') && !quoted) {
+      finish();
+    } else {
+      word.push_back(c);
+    }
+  }
+  finish();
+  return words;
 }
 
-// yyyymmdd.hhmmss to run seconds; none if the word is no date.
+// A line without what stands behind "!" or between "$" and "$", but for quoted text.
+std::string without_comments(const std::string& line) {
+  std::string text;
+  bool quoted = false, comment = false;
+  for (const char c : line) {
+    if (c == '\'' && !comment) quoted = !quoted;
+    if (c == '!' && !quoted && !comment) break;
+    if (c == '$' && !quoted) {
+      comment = !comment;
+    } else if (!comment) {
+      text += c;
+    }
+  }
+  return trim_right(text);
+}
+
+struct Command {
+  std::string text;     // without comments; blank for a line of comment
+  int line = 0;         // where it begins
+  bool set_in = false;  // it begins behind a blank
+};
+
+// The next command: "&" or "_" at a line's end goes on with the next line. False at the end of the
+// file.
+bool next_command(TextReader& in, Command& command) {
+  command = Command{};
+  std::string line;
+  bool more = false;
+  while (in.read_line(line)) {
+    TABS_TO_BLANKS(line, static_cast<int>(line.size()));
+    if (!more) {
+      command.line = in.line();
+      command.set_in = !line.empty() && line[0] == ' ';
+      if (!line.empty() && line[0] == '$') return true;
+    }
+    const std::string text = without_comments(line);
+    if (more && text.empty()) continue;  // a comment within a command
+    command.text += text;
+    more = !text.empty() && (text.back() == '&' || text.back() == '_');
+    if (!more) return true;
+    command.text.back() = ' ';
+  }
+  return more;
+}
+
+// yyyymmdd.hhmmss to run seconds, seconds or minutes and seconds may be left out; none if the word
+// is no date.
 std::optional<double> swan_date(const std::string& word) {
-  if (word.size() != 15 || word[8] != '.') return std::nullopt;
+  constexpr std::size_t whole = 15, to_minutes = 13, to_hours = 11;
+  if (word.size() != whole && word.size() != to_minutes && word.size() != to_hours) {
+    return std::nullopt;
+  }
+  const std::string text = word + std::string(whole - word.size(), '0');
+  for (std::size_t i = 0; i < whole; ++i) {
+    if (i == 8 ? text[i] != '.' : text[i] < '0' || text[i] > '9') return std::nullopt;
+  }
   const auto field = [&](std::size_t at, std::size_t length) {
-    int value = -1;
-    const char* end = word.data() + at + length;
-    return std::from_chars(word.data() + at, end, value).ptr == end ? value : -1;
+    return std::stoi(text.substr(at, length));
   };
   const Date date = {
       field(0, 4), field(4, 2), field(6, 2), field(9, 2), field(11, 2), field(13, 2), 0};
-  if (std::any_of(date.begin(), date.end(), [](int part) { return part < 0; }) || date[1] < 1 ||
-      date[1] > 12) {
+  const auto outside = [&](std::size_t i, int low, int high) {
+    return date[i] < low || date[i] > high;
+  };
+  // Hour 24 and second 60 are in use for the end of a day and a minute.
+  if (outside(1, 1, 12) || outside(2, 1, 31) || outside(3, 0, 24) || outside(4, 0, 59) ||
+      outside(5, 0, 60)) {
     return std::nullopt;
   }
   return DATE_TO_SECONDS(REFyear, date);
@@ -73,6 +120,7 @@ std::optional<double> swan_date(const std::string& word) {
 struct SwanTimes {
   int frames = 0;
   std::optional<double> first, second, last;  // of the compute commands
+  double run_step = 0.0;                      // s, of the last non-stationary run
   std::optional<double> output_start;         // of the block commands
   double output_step = 0.0;                   // s
 };
@@ -82,14 +130,20 @@ class SwanReader {
   SwanReader(RunState& run_in, TextReader& in_file) : run(run_in), in(in_file) {}
 
   void read() {
-    std::string command;
-    while (next_command(in, command, line)) {
-      if (command.empty() || command[0] == '$' || command[0] == ' ' || command[0] == '!') continue;
-      text = lower_case(command);
-      Words words = words_of(text);
+    Command command;
+    while (next_command(in, command)) {
+      Words words = words_of(command.text);
       if (words.empty()) continue;
       const std::string verb = words[0];
       words.erase(words.begin());
+      line = command.line;
+      if (command.set_in) {
+        if (is_read(verb)) {
+          echo_warning(run.messages, place() + "a command behind a blank is passed over");
+        }
+        continue;
+      }
+      text = lower_case(command.text);
       if (verb == "set") {
         if (std::any_of(words.begin(), words.end(),
                         [](const std::string& w) { return begins(w, "naut"); })) {
@@ -97,7 +151,7 @@ class SwanReader {
         }
       } else if (verb == "cgrid") {
         read_grid(words);
-      } else if (begins(verb, "bloc")) {
+      } else if (begins(verb, "blo")) {
         read_block(words);
       } else if (begins(verb, "comp")) {
         read_compute(words);
@@ -107,16 +161,24 @@ class SwanReader {
       }
     }
     console(run.messages, "ERROR: Premature EndOfFile encountered\n");
-    fatal_error(run.messages, in.path() + ": expected the command STOP, found the end of the file");
+    in.stop("expected the command STOP, found the end of the file");
   }
 
  private:
-  [[noreturn]] void stop(const std::string& what) const {
-    fatal_error(run.messages, in.path() + ":" + std::to_string(line) + ": " + what);
+  static bool is_read(const std::string& verb) {
+    return verb == "set" || verb == "cgrid" || begins(verb, "blo") || begins(verb, "comp") ||
+           verb == "stop";
   }
 
-  double number(const Words& words, std::size_t i, const char* what) const {
-    double value = 0.0;
+  std::string place() const { return in.path() + ":" + std::to_string(line) + ": "; }
+
+  [[noreturn]] void stop(const std::string& what) const {
+    fatal_error(run.messages, place() + what);
+  }
+
+  template <class Number>
+  Number number(const Words& words, std::size_t i, const char* what) const {
+    Number value{};
     if (i < words.size()) {
       MessageState unused;
       TextReader item(unused, in.path(), words[i], line);
@@ -147,36 +209,39 @@ class SwanReader {
     }
     if (!words.empty() && begins(words[0], "reg")) words.erase(words.begin());
     WaveGrid& grid = waves.grid[0];
-    grid.x_origin = number(words, 0, "the x origin of the grid");
-    grid.y_origin = number(words, 1, "the y origin of the grid");
-    grid.angle = static_cast<float>(number(words, 2, "the angle of the grid"));
-    const float x_length = static_cast<float>(number(words, 3, "the length of the grid"));
-    const float y_length = static_cast<float>(number(words, 4, "the width of the grid"));
-    const double mxc = number(words, 5, "a number of meshes"),
-                 myc = number(words, 6, "a number of meshes");
-    constexpr double most = 32766.0;  // cells are 2-byte numbers
-    if (!(mxc >= 1.0 && mxc <= most && myc >= 1.0 && myc <= most && x_length > 0.0f &&
-          y_length > 0.0f)) {
+    grid.x_origin = number<double>(words, 0, "the x origin of the grid");
+    grid.y_origin = number<double>(words, 1, "the y origin of the grid");
+    grid.angle = number<float>(words, 2, "the angle of the grid");
+    const float x_length = number<float>(words, 3, "the length of the grid");
+    const float y_length = number<float>(words, 4, "the width of the grid");
+    const int mxc = number<int>(words, 5, "a number of meshes");
+    const int myc = number<int>(words, 6, "a number of meshes");
+    constexpr int most = 32766;  // cells are 2-byte numbers
+    if (mxc < 1 || mxc > most || myc < 1 || myc > most || !(x_length > 0.0f && y_length > 0.0f)) {
       stop("expected a grid of 1 to 32766 meshes a side and of positive size");
     }
-    grid.NI = static_cast<int>(mxc) + 1;
-    grid.NJ = static_cast<int>(myc) + 1;
+    grid.NI = mxc + 1;
+    grid.NJ = myc + 1;
     grid.DX.allocate(1, x_length / static_cast<float>(mxc));
     grid.DY.allocate(1, y_length / static_cast<float>(myc));
   }
 
   void read_block(const Words& words) {
+    const int layout_before = run.waves.SWANidla;
     run.waves.SWANidla = 1;
     for (std::size_t i = 0; i < words.size(); ++i) {
       if (begins(words[i], "lay")) {
-        run.waves.SWANidla = static_cast<int>(number(words, i + 1, "a layout"));
+        run.waves.SWANidla = number<int>(words, i + 1, "a layout");
       } else if (begins(words[i], "outp") && i + 3 < words.size()) {
         if (const std::optional<double> start = swan_date(words[i + 1])) {
           times.output_start = start;
           times.output_step =
-              number(words, i + 2, "an output interval") * unit_seconds(words, i + 3);
+              number<double>(words, i + 2, "an output interval") * unit_seconds(words, i + 3);
         }
       }
+    }
+    if (blocks++ > 0 && run.waves.SWANidla != layout_before) {
+      echo_warning(run.messages, place() + "BLOCK commands differ in layout; this one counts");
     }
   }
 
@@ -213,14 +278,17 @@ class SwanReader {
     }
     if (!date_first) words.erase(words.begin());
     const double start = date(words, 0);
-    const double step = number(words, 1, "a time step") * unit_seconds(words, 2);
+    const double step = number<double>(words, 1, "a time step") * unit_seconds(words, 2);
     const double end = date(words, 3);
     if (!(step > 0.0) || end < start)
       stop("expected a positive time step and an end after the start");
-    if (!times.first) times.first = start;
-    times.second = start + step;
+    // It may go on with the run of the command before.
+    const bool goes_on = times.first && times.run_step == step && times.last == start;
+    if (!goes_on) times.first = start;
+    times.run_step = step;
+    times.second = *times.first + step;
     times.last = end;
-    times.frames = frames_between(start, end, step);
+    times.frames = frames_between(*times.first, end, step);
   }
 
   int frames_between(double start, double end, double step) const {
@@ -251,6 +319,7 @@ class SwanReader {
   RunState& run;
   TextReader& in;
   int line = 0;
+  int blocks = 0;    // block commands so far
   std::string text;  // the present command in lower case
   SwanTimes times;
 };
@@ -324,14 +393,11 @@ void READ_SWAN_MESH(RunState& run) {
     const double x1 = mesh.Xnode(a), x2 = mesh.Xnode(b), x3 = mesh.Xnode(c);
     const double y1 = mesh.Ynode(a), y2 = mesh.Ynode(b), y3 = mesh.Ynode(c);
     mesh.AREAelem(e) = static_cast<float>(TRIANGLE_AREA(x1, y1, x2, y2, x3, y3));
-    if (mesh.AREAelem(e) < 0.0f) {
-      REPORT_INT(run.messages, true, "Element direction (SWAN) error", e);
-    }
+    if (mesh.AREAelem(e) < 0.0f) fatal_error(run.messages, "Element direction (SWAN) error");
     mesh.XMINelem(e) = std::min({x1, x2, x3});
     mesh.XMAXelem(e) = std::max({x1, x2, x3});
     mesh.YMINelem(e) = std::min({y1, y2, y3});
     mesh.YMAXelem(e) = std::max({y1, y2, y3});
-    mesh.SORTxmin(e) = e;
   }
   for (int e = 1; e <= mesh.NUMelem; ++e) mesh.SORTxmin(e) = e;
   SORT_KEYS(mesh.XMINelem, mesh.SORTxmin);

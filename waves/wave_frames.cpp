@@ -1,6 +1,8 @@
 #include "waves/wave_frames.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "control/run_clock.h"
 #include "control/text_reader.h"
@@ -19,33 +21,56 @@ std::size_t fields_of(const RunState& run) {
   return run.settings.wave_breaking ? 4 : 3;
 }
 
-// One grid of values, row after row; each row begins a line. False at the end of the file, where
-// nothing is kept; any other fault is fatal.
-bool read_grid(TextReader& in, bool top_row_first, Array2<float>& values) {
-  Array2<float> read = values;
-  const int NJ = values.rows(), NI = values.last_column();
-  for (int k = 1; k <= NJ; ++k) {
-    const int j = top_row_first ? NJ + 1 - k : k;
+// Fields of a grid or wave mesh as they are being read. They are taken over when the whole frame
+// has been read, so that a frame that is cut off leaves the one before as it was.
+using FrameFields = std::array<Array2<float>, wave_field_count>;
+
+// One grid of values, row after row; each row begins a line. False at the end of the file; any
+// other fault is fatal. The memory taken grows with what is read, whatever size a head claims.
+bool read_grid(const RunState& run, TextReader& in, int NI, int NJ, bool top_row_first,
+               Array2<float>& values) {
+  std::vector<float> read;
+  for (int row = 1; row <= NJ; ++row) {
     in.begin_record();
     for (int i = 1; i <= NI; ++i) {
-      if (in.try_item(read(j, i))) continue;
-      if (in.only_blanks_left()) return false;
-      in.read_item(read(j, i));  // tells the fault
+      float value = 0.0f;
+      const TextReader::Place place = in.place();
+      if (!in.try_item(value)) {
+        in.go_to(place);
+        if (in.only_blanks_left()) return false;
+        fatal_error(run.messages, in.fault());
+      }
+      read.push_back(value);
     }
     in.end_record();
   }
-  values = read;
+  values.allocate(NJ, 1, NI);
+  std::size_t at = 0;
+  for (int row = 1; row <= NJ; ++row) {
+    const int j = top_row_first ? NJ + 1 - row : row;
+    for (int i = 1; i <= NI; ++i) values(j, i) = read[at++];
+  }
   return true;
 }
 
 // The end of a wave file: fatal, unless the run may go on with the frame that it has.
-void end_of_file(const RunState& run, const char* text) {
-  if (!run.settings.exceed_waves) fatal_error(run.messages, text);
+void end_of_file(RunState& run, const char* text) {
+  const bool none_read = run.waves.WAVEframe == 0;
+  if (none_read || !run.settings.exceed_waves) fatal_error(run.messages, text);
+  run.waves.frames_ended = true;
 }
 
 // Direction of travel, degrees from +y clockwise.
 float travel_direction(float Q, bool nautical, float grid_angle) {
   return nautical ? Q - half_turn : 90.0f - Q - grid_angle;
+}
+
+void turn_directions(Array2<float>& Q, bool nautical, float grid_angle) {
+  for (int j = 1; j <= Q.rows(); ++j) {
+    for (int i = 1; i <= Q.last_column(); ++i) {
+      Q(j, i) = travel_direction(Q(j, i), nautical, grid_angle);
+    }
+  }
 }
 
 // Land and no-data marks of SWAN count as 0; its dissipation is positive where waves break.
@@ -61,33 +86,29 @@ float swan_value(const WaveState& waves, std::size_t field, float value) {
 
 void read_swan_frame(RunState& run) {
   WaveState& waves = run.waves;
-  if (!waves.swan_on_mesh && waves.SWANidla != 1 && waves.SWANidla != 3) {
+  const bool on_mesh = waves.swan_on_mesh;
+  if (!on_mesh && waves.SWANidla != 1 && waves.SWANidla != 3) {
     fatal_error(run.messages, "IDLA value not supported in SWAN input file");
   }
+  const int NI = on_mesh ? waves.swan_mesh.NUMnode : waves.grid[0].NI;
+  const int NJ = on_mesh ? 1 : waves.grid[0].NJ;
+  const bool top_row_first = !on_mesh && waves.SWANidla == 1;
+  FrameFields fields;
   for (std::size_t k = 0; k < fields_of(run); ++k) {
-    TextReader& in = *waves.swan_file[k];
-    const char* text =
-        k == wave_breaking_field ? "End-of-file SWAN (breaking)" : "End-of-file SWAN (waves)";
-    if (waves.swan_on_mesh) {
-      const int n = waves.swan_mesh.NUMnode;
-      Array2<float> row;
-      row.allocate(1, 1, n);
-      if (!read_grid(in, false, row)) {
-        end_of_file(run, text);
-        continue;
-      }
-      for (int i = 1; i <= n; ++i) waves.swan_field[k](i) = swan_value(waves, k, row(1, i));
-      continue;
+    if (!read_grid(run, *waves.swan_file[k], NI, NJ, top_row_first, fields[k])) {
+      end_of_file(run, k == wave_breaking_field ? "End-of-file SWAN (breaking)"
+                                                : "End-of-file SWAN (waves)");
+      return;
     }
-    WaveGrid& grid = waves.grid[0];
-    Array2<float> values;
-    values.allocate(grid.NJ, 1, grid.NI);
-    if (!read_grid(in, waves.SWANidla == 1, values)) {
-      end_of_file(run, text);
-      continue;
+  }
+  for (std::size_t k = 0; k < fields_of(run); ++k) {
+    for (int j = 1; j <= NJ; ++j) {
+      for (int i = 1; i <= NI; ++i) fields[k](j, i) = swan_value(waves, k, fields[k](j, i));
     }
-    for (int j = 1; j <= grid.NJ; ++j) {
-      for (int i = 1; i <= grid.NI; ++i) grid.field[k](j, i) = swan_value(waves, k, values(j, i));
+    if (on_mesh) {
+      for (int i = 1; i <= NI; ++i) waves.swan_field[k](i) = fields[k](1, i);
+    } else {
+      waves.grid[0].field[k] = std::move(fields[k]);
     }
   }
 }
@@ -95,28 +116,29 @@ void read_swan_frame(RunState& run) {
 void read_lagoon_frame(RunState& run) {
   WaveState& waves = run.waves;
   WaveGrid& grid = waves.grid[0];
+  const auto read = [&](WaveField file, Array2<float>& values, const char* text) {
+    if (!read_grid(run, *waves.swan_file[file], grid.NI, grid.NJ, false, values)) {
+      end_of_file(run, text);
+    }
+  };
   Array2<float> first, second;
-  first.allocate(grid.NJ, 1, grid.NI);
-  second.allocate(grid.NJ, 1, grid.NI);
-  if (!read_grid(*waves.swan_file[wave_height_field], false, grid.field[wave_height_field])) {
-    end_of_file(run, "End-of-file Lagoon (waves)");
+  constexpr const char* waves_end = "End-of-file Lagoon (waves)";
+  read(wave_height_field, grid.field[wave_height_field], waves_end);
+  read(wave_direction_field, first, waves_end);
+  read(wave_direction_field, second, waves_end);
+  if (run.settings.wave_breaking) {
+    read(wave_breaking_field, grid.field[wave_breaking_field], "End-of-file Lagoon (breaking)");
   }
-  TextReader& direction = *waves.swan_file[wave_direction_field];
-  if (!read_grid(direction, false, first) || !read_grid(direction, false, second)) {
-    end_of_file(run, "End-of-file Lagoon (waves)");
-  }
+  // The two components point to where the waves come from.
+  Array2<float>& Q = grid.field[wave_direction_field];
+  Q.allocate(grid.NJ, 1, grid.NI);
+  grid.field[wave_period_field].allocate(grid.NJ, 1, grid.NI, run.settings.lagoon_wave_period);
   for (int j = 1; j <= grid.NJ; ++j) {
     for (int i = 1; i <= grid.NI; ++i) {
-      float Q =
+      Q(j, i) =
           std::atan2(first(j, i), second(j, i)) * half_turn / short_pi - half_turn - grid.angle;
-      if (Q < 0.0f) Q = Q + full_turn;
-      grid.field[wave_direction_field](j, i) = Q;
-      grid.field[wave_period_field](j, i) = run.settings.lagoon_wave_period;
+      if (Q(j, i) < 0.0f) Q(j, i) = Q(j, i) + full_turn;
     }
-  }
-  if (run.settings.wave_breaking &&
-      !read_grid(*waves.swan_file[wave_breaking_field], false, grid.field[wave_breaking_field])) {
-    end_of_file(run, "End-of-file Lagoon (breaking)");
   }
 }
 
@@ -134,41 +156,34 @@ void open_oswell_file(const RunState& run, const std::string& path, const WaveGr
   }
 }
 
-// Makes sure that the file of the next frame is open. False if there is none.
+// Makes sure that the file of the next frame is open: with several files each holds wave_frames
+// frames. False if there is none.
 bool next_oswell_files(RunState& run) {
   WaveState& waves = run.waves;
-  const bool one_file = waves.wave_files == 1;
+  const std::size_t files_open = static_cast<std::size_t>(waves.oswell_files_open);
   const bool file_done =
-      waves.oswell_files_open == 0 || (!one_file && waves.oswell_file[0]->only_blanks_left());
+      files_open == 0 || (waves.wave_files > 1 && waves.oswell_frames_taken >= waves.wave_frames);
   if (!file_done) return true;
-  const std::size_t k = static_cast<std::size_t>(waves.oswell_files_open);
-  if (k >= waves.oswell_names[0].size()) return false;
+  if (files_open >= waves.oswell_names[0].size()) return false;
   for (std::size_t g = 0; g < static_cast<std::size_t>(waves.grids); ++g) {
-    open_oswell_file(run, waves.oswell_names[g][k], waves.grid[g], waves.oswell_file[g]);
+    open_oswell_file(run, waves.oswell_names[g][files_open], waves.grid[g], waves.oswell_file[g]);
     if (run.settings.wave_breaking) {
-      open_oswell_file(run, waves.oswell_breaking_names[g][k], waves.grid[g],
+      open_oswell_file(run, waves.oswell_breaking_names[g][files_open], waves.grid[g],
                        waves.oswell_breaking_file[g]);
     }
   }
   ++waves.oswell_files_open;
+  waves.oswell_frames_taken = 0;
   return true;
 }
 
-void turn_directions(const RunState& run, WaveGrid& grid) {
-  Array2<float>& Q = grid.field[wave_direction_field];
-  for (int j = 1; j <= grid.NJ; ++j) {
-    for (int i = 1; i <= grid.NI; ++i) {
-      Q(j, i) = travel_direction(Q(j, i), run.waves.WAVEnautical, grid.angle);
-    }
-  }
-}
-
 // A marker line, then the fields, each with the last row first.
-bool read_oswell_fields(TextReader& in, WaveGrid& grid, std::size_t first, std::size_t last) {
+bool read_oswell_fields(const RunState& run, TextReader& in, const WaveGrid& grid,
+                        std::size_t first, std::size_t last, FrameFields& fields) {
   if (in.only_blanks_left()) return false;
   in.skip_line();
   for (std::size_t k = first; k <= last; ++k) {
-    if (!read_grid(in, true, grid.field[k])) return false;
+    if (!read_grid(run, in, grid.NI, grid.NJ, true, fields[k])) return false;
   }
   return true;
 }
@@ -179,19 +194,41 @@ void read_oswell_frame(RunState& run) {
     end_of_file(run, "End-of-file (waves)");
     return;
   }
-  for (std::size_t g = 0; g < static_cast<std::size_t>(waves.grids); ++g) {
-    WaveGrid& grid = waves.grid[g];
-    if (!read_oswell_fields(*waves.oswell_file[g], grid, wave_height_field, wave_direction_field)) {
+  const std::size_t grids = static_cast<std::size_t>(waves.grids);
+  std::array<FrameFields, 2> fields;
+  for (std::size_t g = 0; g < grids; ++g) {
+    const WaveGrid& grid = waves.grid[g];
+    if (!read_oswell_fields(run, *waves.oswell_file[g], grid, wave_height_field,
+                            wave_direction_field, fields[g])) {
       end_of_file(run, g == 0 ? "End-of-file (waves)" : "End-of-file (nested waves)");
       return;
     }
-    turn_directions(run, grid);
+    turn_directions(fields[g][wave_direction_field], waves.WAVEnautical, grid.angle);
     if (run.settings.wave_breaking &&
-        !read_oswell_fields(*waves.oswell_breaking_file[g], grid, wave_breaking_field,
-                            wave_breaking_field)) {
-      end_of_file(run, "End-of-file (breaking)");
+        !read_oswell_fields(run, *waves.oswell_breaking_file[g], grid, wave_breaking_field,
+                            wave_breaking_field, fields[g])) {
+      end_of_file(run, g == 0 ? "End-of-file (breaking)" : "End-of-file (nested breaking)");
+      return;
     }
   }
+  for (std::size_t g = 0; g < grids; ++g) waves.grid[g].field = std::move(fields[g]);
+  ++waves.oswell_frames_taken;
+}
+
+// "hyfs".
+
+// The values of a dataset's frame, NI a row from row 1 on.
+void lay_out(const RunState& run, const std::string& dataset, int frame, const WaveGrid& grid,
+             const std::vector<float>& values, Array2<float>& field) {
+  const std::size_t needed = static_cast<std::size_t>(grid.NI) * static_cast<std::size_t>(grid.NJ);
+  const bool finite =
+      std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
+  if (values.size() != needed || !finite) {
+    fatal_error(run.messages, "Wave dataset \"" + dataset + "\", frame " + std::to_string(frame) +
+                                  ": expected " + std::to_string(needed) + " finite numbers");
+  }
+  field.allocate(grid.NJ, 1, grid.NI);
+  std::copy(values.begin(), values.end(), field.data());
 }
 
 void read_hyfs_frame(RunState& run, int frame) {
@@ -212,13 +249,10 @@ void read_hyfs_frame(RunState& run, int frame) {
       check(hfreadscalarvaluestimestep_f(group, frame, values),
             "HF_READ_SCALAR_VALUES_TIMESTEP(OSWELL) error");
       hfclosegroup_f(group);
-      std::size_t at = 0;
-      for (int j = 1; j <= grid.NJ; ++j) {
-        for (int i = 1; i <= grid.NI; ++i) grid.field[k](j, i) = values[at++];
-      }
+      lay_out(run, paths[k], frame, grid, values, grid.field[k]);
     }
     hfclosefile_f(file);
-    turn_directions(run, grid);
+    turn_directions(grid.field[wave_direction_field], waves.WAVEnautical, grid.angle);
   }
 }
 
@@ -311,19 +345,28 @@ void tell_frame(const RunState& run) {
           time_text(date).c_str());
 }
 
-// The next dataset frame. False past the last one, which then stays.
-bool advance_dataset(RunState& run) {
+// The next dataset frame. Past the last one, that one stays.
+void advance_dataset(RunState& run) {
   WaveState& waves = run.waves;
+  waves.last = waves.next;
   if (waves.WAVEframe >= waves.NUMwaveframes) {
     if (!run.settings.exceed_waves) fatal_error(run.messages, "HYFS-OSWELL file exceeded");
-    return false;
+    waves.frames_ended = true;
+    return;
   }
   ++waves.WAVEframe;
-  waves.last = waves.next;
   read_frame(run, waves.WAVEframe);
   waves.TWAVEnext =
       waves.start_waves + waves.hyfs_times[static_cast<std::size_t>(waves.WAVEframe) - 1];
-  return true;
+}
+
+void advance_text(RunState& run) {
+  WaveState& waves = run.waves;
+  waves.last = waves.next;
+  read_frame(run, waves.WAVEframe + 1);
+  if (waves.frames_ended) return;
+  waves.TWAVEnext = frame_time(waves, waves.WAVEframe);
+  ++waves.WAVEframe;
 }
 
 void set_fraction(RunState& run) {
@@ -336,6 +379,7 @@ void set_fraction(RunState& run) {
   } else if (now <= waves.TWAVEfirst) {
     waves.WAVEfraction = 0.0f;
   } else if (now <= waves.TWAVElast) {
+    if (waves.frames_ended) return;  // both frames are the last one
     const double step = static_cast<double>(waves.wave_step);
     waves.WAVEfraction = static_cast<float>((now - waves.TWAVEnext + step) / step);
   } else if (!run.settings.exceed_waves) {
@@ -353,12 +397,15 @@ void WAVES_START(RunState& run) {
   waves.TWAVElast = frame_time(waves, waves.NUMwaveframes - 1);
   waves.TWAVEnext = waves.start_waves;
   waves.WAVEfraction = 0.0f;
+  waves.WAVEframe = 0;
+  waves.frames_ended = false;
   read_frame(run, 1);
   waves.last = waves.next;
   waves.WAVEframe = 1;
   const bool goes_on = waves.NUMwaveframes > 1 && waves.wave_step > 0.0f && !by_datasets(run);
   if (!goes_on) return;
   read_frame(run, 2);
+  if (waves.frames_ended) return;
   waves.WAVEframe = 2;
   waves.TWAVEnext = waves.start_waves + static_cast<double>(waves.wave_step);
 }
@@ -366,21 +413,18 @@ void WAVES_START(RunState& run) {
 void WAVES_ADVANCE(RunState& run) {
   WaveState& waves = run.waves;
   const bool several = waves.NUMwaveframes > 1 && waves.wave_step > 0.0f;
-  while (several && waves.TWAVEnext < run.clock.Tnow) {
+  while (several && !waves.frames_ended && waves.TWAVEnext < run.clock.Tnow) {
     if (by_datasets(run)) {
-      if (!advance_dataset(run)) break;
+      advance_dataset(run);
     } else {
       // Nothing is read past the last frame unless the run may go on with it.
       if (waves.WAVEframe >= waves.NUMwaveframes && run.clock.Tnow > waves.TWAVElast &&
           !run.settings.exceed_waves) {
         break;
       }
-      waves.last = waves.next;
-      read_frame(run, waves.WAVEframe + 1);
-      waves.TWAVEnext = frame_time(waves, waves.WAVEframe);
-      ++waves.WAVEframe;
+      advance_text(run);
     }
-    tell_frame(run);
+    if (!waves.frames_ended) tell_frame(run);
   }
   set_fraction(run);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "control/text_reader.h"
 #include "control/text_tools.h"
@@ -14,16 +15,24 @@ namespace {
 
 constexpr int most_cells = 32767;  // cells of a side are 2-byte numbers
 
-void check_size(const RunState& run, const WaveGrid& grid, const std::string& path) {
+std::string place_of(const TextReader& in) {
+  return in.path() + ":" + std::to_string(in.line());
+}
+
+// `place`: where the numbers were found.
+void check_size(const RunState& run, const WaveGrid& grid, const std::string& place) {
   if (grid.NI < 1 || grid.NJ < 1 || grid.NI > most_cells || grid.NJ > most_cells) {
-    fatal_error(run.messages, path + ": expected a wave grid of 1 to 32767 cells a side, found " +
+    fatal_error(run.messages, place + ": expected a wave grid of 1 to 32767 cells a side, found " +
                                   std::to_string(grid.NI) + " by " + std::to_string(grid.NJ));
   }
 }
 
-void check_cells(const RunState& run, const WaveGrid& grid, const std::string& path) {
-  if (!(grid.DX(1) > 0.0f && grid.DY(1) > 0.0f)) {
-    fatal_error(run.messages, path + ": expected wave cells of positive size");
+void check_cells(const RunState& run, const WaveGrid& grid, const std::string& place) {
+  const auto positive = [](const Array<float>& sizes) {
+    return std::all_of(sizes.begin(), sizes.end(), [](float size) { return size > 0.0f; });
+  };
+  if (!positive(grid.DX) || !positive(grid.DY)) {
+    fatal_error(run.messages, place + ": expected wave cells of positive size");
   }
 }
 
@@ -44,8 +53,26 @@ std::vector<std::string> take_names(const RunState& run, std::size_t& taken, int
 
 // "lagoon": grid files with a header of keys.
 
-// Reads the header; with `grid` its values are kept.
-void read_lagoon_header(const RunState& run, TextReader& in, WaveGrid* grid) {
+constexpr std::array<const char*, 6> lagoon_keys = {":xorigin", ":yorigin", ":xcount",
+                                                    ":ycount",  ":xdelta",  ":ydelta"};
+
+// Takes the value of a key; false if it cannot be read. Other keys have no use.
+bool take_lagoon_value(const std::string& key, TextReader& item, WaveGrid& grid) {
+  if (key == ":xorigin") return item.try_read(grid.x_origin);
+  if (key == ":yorigin") return item.try_read(grid.y_origin);
+  if (key == ":angle") return item.try_read(grid.angle);
+  if (key == ":xcount") return item.try_read(grid.NI);
+  if (key == ":ycount") return item.try_read(grid.NJ);
+  if (key == ":xdelta") return item.try_read(grid.DX(1));
+  if (key == ":ydelta") return item.try_read(grid.DY(1));
+  return true;
+}
+
+// Reads the header up to its end into `grid`. Returns the keys found.
+std::set<std::string> read_lagoon_header(const RunState& run, TextReader& in, WaveGrid& grid) {
+  grid.DX.allocate(1);
+  grid.DY.allocate(1);
+  std::set<std::string> found;
   std::string line;
   while (in.read_line(line)) {
     TABS_TO_BLANKS(line, static_cast<int>(line.size()));
@@ -55,29 +82,14 @@ void read_lagoon_header(const RunState& run, TextReader& in, WaveGrid* grid) {
     std::string key, value;
     CARD_SPLIT(text, ' ', count, key, value);
     key = lower_case(key);
-    if (key == ":endheader") return;
-    if (grid == nullptr) continue;
+    if (key == ":endheader") return found;
     MessageState unused;
     TextReader item(unused, in.path(), value, in.line());
-    bool good = text[0] == ':';
-    float size = 0.0f;
-    if (key == ":xorigin") good = item.try_read(grid->x_origin);
-    if (key == ":yorigin") good = item.try_read(grid->y_origin);
-    if (key == ":angle") good = item.try_read(grid->angle);
-    if (key == ":xcount") good = item.try_read(grid->NI);
-    if (key == ":ycount") good = item.try_read(grid->NJ);
-    if (key == ":xdelta") {
-      good = item.try_read(size);
-      grid->DX.allocate(1, size);
-    }
-    if (key == ":ydelta") {
-      good = item.try_read(size);
-      grid->DY.allocate(1, size);
-    }
-    if (!good) {
+    if (text[0] != ':' || !take_lagoon_value(key, item, grid)) {
       console(run.messages, "ERROR in line: %s\n", trim_right(line).c_str());
       in.stop("expected a header line of a wave grid, found \"" + text + "\"");
     }
+    found.insert(key);
   }
   console(run.messages, "ERROR: Premature EndOfFile encountered\n");
   in.stop("expected \":endheader\", found the end of the file");
@@ -88,18 +100,27 @@ void READ_LAGOON_HEADER(RunState& run) {
   std::size_t taken = 0;
   const std::vector<std::string> names = take_names(run, taken, run.settings.wave_breaking ? 3 : 2);
   WaveGrid& grid = waves.grid[0];
-  grid.DX.allocate(1);
-  grid.DY.allocate(1);
   // Height, the two components of the direction, breaking.
   constexpr std::array<WaveField, 3> fields = {wave_height_field, wave_direction_field,
                                                wave_breaking_field};
   for (std::size_t k = 0; k < names.size(); ++k) {
     auto& file = waves.swan_file[fields[k]];
     file = std::make_unique<TextReader>(run.messages, names[k]);
-    read_lagoon_header(run, *file, k == 0 ? &grid : nullptr);
+    WaveGrid head;
+    const std::set<std::string> found = read_lagoon_header(run, *file, k == 0 ? grid : head);
+    if (k == 0) {
+      for (const char* key : lagoon_keys) {
+        if (found.count(key) == 0) file->stop(std::string("expected \"") + key + "\" before it");
+      }
+      check_size(run, grid, place_of(*file));
+      check_cells(run, grid, place_of(*file));
+    } else if ((found.count(":xcount") != 0 && head.NI != grid.NI) ||
+               (found.count(":ycount") != 0 && head.NJ != grid.NJ)) {
+      file->stop("expected a grid of " + std::to_string(grid.NI) + " by " +
+                 std::to_string(grid.NJ) + " as in \"" + names[0] + "\", found " +
+                 std::to_string(head.NI) + " by " + std::to_string(head.NJ));
+    }
   }
-  check_size(run, grid, names[0]);
-  check_cells(run, grid, names[0]);
   waves.wave_frames = waves.wave_files = waves.NUMwaveframes = 1;
   waves.wave_step = 0.0f;
 }
@@ -124,13 +145,13 @@ void read_depth_file(RunState& run, const std::string& path, const char* parent,
   TextReader in(run.messages, path);
   float DX = 0.0f, DY = 0.0f;
   in.read(grid.NI, grid.NJ, DX, DY);
-  check_size(run, grid, path);
+  check_size(run, grid, place_of(in));
   constexpr float variable_mark = 999.0f;
   grid.variable = DY >= variable_mark;
   if (!grid.variable) {
     grid.DX.allocate(1, DX);
     grid.DY.allocate(1, DY <= 0.0f ? DX : DY);
-    check_cells(run, grid, path);
+    check_cells(run, grid, place_of(in));
     return;
   }
   const std::string failure =
@@ -149,6 +170,7 @@ void read_depth_file(RunState& run, const std::string& path, const char* parent,
   grid.DY.allocate(grid.NJ);
   read_run(grid.NI, &grid.DX);
   read_run(grid.NJ, &grid.DY);
+  check_cells(run, grid, place_of(in));
 }
 
 // The folder in front of a path with its joint, and whether a path stands for itself.
@@ -204,10 +226,10 @@ void first_line_geometry(RunState& run, const std::string& path, WaveGrid& grid)
   TextReader in(run.messages, path);
   float D = 0.0f;
   in.read(grid.NI, grid.NJ, D);
-  check_size(run, grid, path);
+  check_size(run, grid, place_of(in));
   grid.DX.allocate(1, D);
   grid.DY.allocate(1, D);
-  check_cells(run, grid, path);
+  check_cells(run, grid, place_of(in));
 }
 
 void OPEN_OSWELL_TEXT(RunState& run) {
@@ -282,6 +304,10 @@ WaveDatasets OSWELL_HYFS_CHECK(RunState& run, const std::string& path, const cha
   grid.x_origin = static_cast<double>(read_float("X_org"));
   grid.y_origin = static_cast<double>(read_float("Y_org"));
   check_cells(run, grid, path);
+  if (!std::isfinite(grid.angle) || !std::isfinite(grid.x_origin) ||
+      !std::isfinite(grid.y_origin)) {
+    fatal_error(run.messages, path + ": expected a finite origin and angle");
+  }
 
   WaveDatasets result;
   const std::vector<std::string> paths = wave_dataset_paths(s);
@@ -340,19 +366,14 @@ void OPEN_OSWELL_HYFS(RunState& run) {
   }
 }
 
+// The frames at the nodes; those on a grid take their room when the first frame has been read.
 void allocate_frames(RunState& run) {
   WaveState& waves = run.waves;
   const std::size_t fields = run.settings.wave_breaking ? 4 : 3;
   for (std::size_t k = 0; k < fields; ++k) {
     waves.last[k].allocate(run.mesh.NUMnode);
     waves.next[k].allocate(run.mesh.NUMnode);
-    if (waves.swan_on_mesh) {
-      waves.swan_field[k].allocate(waves.swan_mesh.NUMnode);
-      continue;
-    }
-    for (std::size_t g = 0; g < static_cast<std::size_t>(waves.grids); ++g) {
-      waves.grid[g].field[k].allocate(waves.grid[g].NJ, 1, waves.grid[g].NI);
-    }
+    if (waves.swan_on_mesh) waves.swan_field[k].allocate(waves.swan_mesh.NUMnode);
   }
 }
 

@@ -52,6 +52,7 @@ struct WaveState {
   double TWAVEfirst = 0.0, TWAVEfloor = 0.0, TWAVElast = 0.0, TWAVEnext = 0.0;  // run seconds
   int WAVEframe = 0;                                                            // frames read
   float WAVEfraction = 0.0f;  // weight of the next frame
+  bool frames_ended = false;  // no further frame can be read; the last one stays
 
   std::array<WaveGrid, 2> grid;  // parent, nested
   int grids = 1;                 // in use
@@ -66,7 +67,8 @@ struct WaveState {
   std::array<std::unique_ptr<TextReader>, wave_field_count> swan_file;
   std::array<std::unique_ptr<TextReader>, 2> oswell_file, oswell_breaking_file;
   std::array<std::vector<std::string>, 2> oswell_names, oswell_breaking_names;
-  int oswell_files_open = 0;  // of each list
+  int oswell_files_open = 0;    // of each list
+  int oswell_frames_taken = 0;  // from the files open
   // Dataset files, by grid, and their groups by field.
   std::array<std::string, 2> hyfs_path;
   std::vector<double> hyfs_times;  // s after start_waves

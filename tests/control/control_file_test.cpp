@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "common/test_run.h"
-#include "control/availability.h"
 #include "control/run_clock.h"
 
 namespace dfl {
@@ -372,35 +371,6 @@ TEST_F(ControlFile, NestedGridTakesTheAngleOfItsParent) {
       ":wave_x_origin_2 0\n:wave_y_origin_2 0\n");
   EXPECT_EQ(s.wave_grid_angle_2, 12.0f);
   EXPECT_FALSE(s.wave_sim_required);
-}
-
-TEST_F(ControlFile, WhatIsNotAvailableStopsTheRunWithItsName) {
-  struct Case {
-    const char* cards;
-    const char* text;
-  };
-  const Case cases[] = {
-      {":mesh_format gr3d\n", "\"gr3d\" and \"n3d\" are not available"},
-      {":eulerian_sed_trans a-d\n", "\"a-d\" is not available"},
-      {":propwash_data_file p\n", "Propeller wash is not available"},
-      {":drawdown_method function\n", "Ship drawdown is not available"},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EXIT(
-        {
-          read_with(c.cards);
-          run.messages.console_out = stderr;
-          refuse_unavailable(run);
-        },
-        testing::ExitedWithCode(0), c.text)
-        << c.cards;
-  }
-  // Without a map format, and with words that the opening of the inputs refuses itself, it passes.
-  for (const char* cards : {":morphology\n:no_hyfs_maps\n", ":mesh_format foo\n",
-                            ":flow_format hyfs\n", ":currents\n:flow_format foo\n"}) {
-    read_with(cards);
-    refuse_unavailable(run);
-  }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "mesh/grid_mesh.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <limits>
 #include <map>
@@ -53,7 +54,12 @@ TEST(GridMesh, RotatedStructuredGridWithLinearDepth) {
   GridRun it(test::structured_cards());
   test::write_structured(it.folder.path("grid.h5"), grid);
   it.run.settings.rvs_mesh = true;  // the card file has the last word
+  it.run.messages.echo_file = std::fopen(it.folder.path("echo").c_str(), "w");
   READ_GRID_MESH(it.run);
+  std::fclose(it.run.messages.echo_file);
+  it.run.messages.echo_file = nullptr;
+  // The log tells the counts of meshes that are read, not of those made from a grid.
+  EXPECT_EQ(test::read_text(it.folder.path("echo")).find("Input Mesh"), std::string::npos);
   const MeshState& mesh = it.run.mesh;
   EXPECT_FALSE(it.run.settings.rvs_mesh);
   EXPECT_EQ(it.run.settings.hyfs_grid_path, "Grid");
@@ -313,7 +319,7 @@ TEST(GridMesh, BadCardFileStopsTheRun) {
       {last, "ERROR: RVCARDS file error"},
       {"grid_file\n" + last, "ERROR in line: grid_file.*RVCARDS file error"},
       {"telescoping   \n" + last, "ERROR in line: telescoping.*RVCARDS file error"},
-      {"params_file\t\n" + last, "ERROR in line: params_file.*RVCARDS file error"},
+      {" \tparams_file\t\n" + last, "ERROR in line: params_file\n(.|\n)*RVCARDS file error"},
       {"cellstring\n" + last, "ERROR in line: cellstring"},
       {"bathymetry_dataset\n" + last, "ERROR in line: bathymetry_dataset"},
       {"grid_file g\nbathymetry_dataset \"g\" \"a/b\"\n" + last, "RVCARDS file error"},
@@ -336,6 +342,15 @@ TEST(GridMesh, BadCardFileStopsTheRun) {
     GridRun it("", true);
     it.run.settings.mesh_file = it.folder.path(name);
     EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0), "RVCARDS file not found");
+  }
+  // A pipe that nobody writes to is not waited for.
+  for (const bool cards : {true, false}) {
+    GridRun it(test::telescoping_cards(), true);
+    const std::string pipe = it.folder.path(cards ? "pipe" : "grid.tel");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    if (cards) it.run.settings.mesh_file = pipe;
+    EXPECT_EXIT(READ_GRID_MESH(it.run), testing::ExitedWithCode(0),
+                cards ? "RVCARDS file not found" : "TELESCOPING file error");
   }
   GridRun it("", true);
   it.run.settings.method.mesh = MeshFormat::n2g;
@@ -399,6 +414,29 @@ TEST(GridMesh, NeighboursAtRandomDoNotCrash) {
           std::exit(0);
         },
         testing::ExitedWithCode(0), "");
+  }
+}
+
+// Numbers that a file can hold but that leave no finite places, areas or angles: a message or a
+// mesh, never a crash.
+TEST(GridMesh, PlacesBeyondAllNumbersDoNotCrash) {
+  const auto cells = [](const char* head, const char* x, const char* dx) {
+    return std::string("title\n") + head + " 2\n1 " + x + " 5 " + dx +
+           " 10 0 0 2 0 0 0 0 0 3\n2 15 5 " + dx + " 10 0 0 0 0 0 0 1 0 3\n";
+  };
+  for (const std::string& text :
+       {cells("1e300 0 0", "5", "10"), cells("0 1e308 1e308", "5", "10"),
+        cells("0 1.7e308 0", "1.7e308", "10"), cells("0 0 0", "5", "1.7e308"),
+        cells("45 1.7e308 -1.7e308", "1.7e308", "1.7e308"), cells("0 0 0", "1e200", "1e-300")}) {
+    GridRun it(test::telescoping_cards(), true);
+    it.folder.write("grid.tel", text);
+    EXPECT_EXIT(
+        {
+          READ_GRID_MESH(it.run);
+          std::exit(0);
+        },
+        testing::ExitedWithCode(0), "")
+        << text;
   }
 }
 

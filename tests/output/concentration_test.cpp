@@ -96,6 +96,7 @@ std::vector<double> plain_concentration(const RunState& run) {
     }
   }
   for (std::size_t n = 1; n < node.size(); ++n) {
+    if (!(weight[n] > 0.0)) continue;  // a node of no element
     node[n] = node[n] / weight[n] * static_cast<double>(run.settings.concentration_units);
   }
   return node;
@@ -219,7 +220,7 @@ TEST(GaussianConcentration, IsThatOfThePlainForm) {
     run.settings.gaussian_value = 0.05f;
     run.settings.min_depth = 0.3f;
     run.settings.concentration_units = 1000.0f;
-    scatter_parcels(run, 24, 120.0, random);
+    scatter_parcels(run, 9, 120.0, random);
     expect_same_bytes(run, c.title);
   }
 }
@@ -259,27 +260,28 @@ TEST(FindElements, GivesTheNumbersOfTheSingleSearch) {
   test::quiet(run, folder.path("run"));
   std::mt19937_64 random(5);
   std::vector<double> graded;
-  for (int i = 0; i <= 40; ++i) graded.push_back(100.0 * std::pow(i / 40.0, 5));
+  for (int i = 0; i <= 110; ++i) graded.push_back(100.0 * std::pow(i / 110.0, 4));
   lattice_mesh(run, graded, graded, 0.3, random);
   std::uniform_real_distribution<double> place(-0.3, 1.1);
   std::vector<double> x, y;
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < 300; ++i) {
     x.push_back(100.0 * std::pow(place(random), 3));
     y.push_back(100.0 * std::pow(place(random), 3));
   }
+  EXPECT_GT(run.mesh.grid.cells.size(), 8192u);  // large enough that cells are fetched ahead
   x[7] = std::nan("");
   y[9] = 1e300;
-  for (const bool built : {true, false}) {
-    run.mesh.grid.built = built;
-    std::vector<int> found(x.size(), -1);
-    find_elements(run.mesh, x.data(), y.data(), static_cast<int>(x.size()), found.data());
-    int inside = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-      EXPECT_EQ(found[i], plain_search(run.mesh, x[i], y[i])) << i;
-      inside += found[i] != 0 ? 1 : 0;
-    }
-    EXPECT_GT(inside, 300);
-  }
+  std::vector<int> expected;
+  for (std::size_t i = 0; i < x.size(); ++i) expected.push_back(plain_search(run.mesh, x[i], y[i]));
+  EXPECT_LT(std::count(expected.begin(), expected.end(), 0), 200);
+  std::vector<int> found(x.size(), -1);
+  find_elements(run.mesh, x.data(), y.data(), static_cast<int>(x.size()), found.data());
+  EXPECT_EQ(found, expected);
+  run.mesh.grid.built = false;
+  found.assign(x.size(), -1);
+  find_elements(run.mesh, x.data(), y.data(), 100, found.data());
+  EXPECT_TRUE(std::equal(found.begin(), found.begin() + 100, expected.begin()));
+  EXPECT_EQ(found[100], -1);
 }
 
 }  // namespace
