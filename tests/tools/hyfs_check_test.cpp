@@ -52,7 +52,7 @@ TEST(HyfsCheck, WhatTheControlFileAsksForInVainIsFound) {
       {":start_run 2020 2 29 0 0 0\n", {"\"wse\": begins at", "the run starts at"}},
       {":start_flow 2021 1 1 0 0 0\n", {"\"wse\": begins at"}},
       {":hyfs_vel_path Grid/Datasets/Depth\n", {"expected 2 time steps, as the elevation has"}},
-      {":velocity_method 3d (sigma)\n", {"does not go with velocity_method 3d (sigma)"}},
+      {":velocity_method 3d\n", {"does not go with velocity_method 3d (sigma)"}},
       {":flow_format adcirc\n", {"flow_format adcirc is none of dataset files"}},
       {":sediments_format hyfs property\n:sediment_file grid.h5\n",
        {"property \"Nodes\": does not exist", "property \"Datasets/D35\": does not exist"}},
@@ -143,7 +143,7 @@ TEST(HyfsCheck, LatticeInLayers) {
   ASSERT_EQ(tool(words).status, 0);
   folder.write("run.pcf",
                ":mesh_format rvs-3d\n:mesh_file model.h5\n:hyfs_n3d_path G\n:hyfs_dep_path Depth\n"
-               ":currents\n:velocity_method 3d (sigma)\n:flow_format rvs-3d\n"
+               ":currents\n:velocity_method 3d\n:flow_format rvs-3d\n"
                ":flow_file_hyfs model.h5\n:hyfs_wse_path Z\n:hyfs_u_path U\n:hyfs_v_path V\n"
                ":hyfs_w_path W\n:hyfs_sal_path Salt\n:start_run 2000 1 1 0 0 0\n"
                ":stop_run 2000 1 1 0 10 0\n:end_data\n");
