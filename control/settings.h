@@ -24,7 +24,13 @@ enum class AdvectionMethod { d2, d3, q3d };
 enum class CentroidMethod { rouse, van_rijn };
 enum class EulerianMethod { pie, van_rijn };
 enum class TransportFormula {
-  soulsby_van_rijn, van_rijn, van_rijn_2017, camenen_larson, lund, a_d, cohesive
+  soulsby_van_rijn,
+  van_rijn,
+  van_rijn_2017,
+  camenen_larson,
+  lund,
+  a_d,
+  cohesive
 };
 
 struct Settings {
@@ -182,12 +188,12 @@ struct Settings {
   bool age_output = false;  // no card of its own
 
   // Numbers.
-  double time_step = -999.0;  // s
-  float duration = -999.0f;   // s
-  int output_inc = 10;        // steps
-  int mapping_inc = 1000;     // steps
-  int grid_update = 1;        // steps
-  int flow_update = 1;        // steps
+  double time_step = -999.0;          // s
+  float duration = -999.0f;           // s
+  int output_inc = 10;                // steps
+  int mapping_inc = 1000;             // steps
+  int grid_update = 1;                // steps
+  int flow_update = 1;                // steps
   std::int16_t numerical_scheme = 2;  // 1, 2: order 2; else order 4
   float kew = 5.0f;
   float ket = 0.25f;
