@@ -6,6 +6,7 @@
 #include "parcels/displacement.h"
 #include "parcels/local_conditions.h"
 #include "parcels/parcel_velocity.h"
+#include "sediment/primitives.h"
 
 namespace dfl {
 

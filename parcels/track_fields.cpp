@@ -1,7 +1,6 @@
 #include "parcels/track_fields.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <tuple>
 
@@ -17,11 +16,6 @@ namespace {
 // Values of an array that a run may lack.
 float value_or(const Array<float>& field, int n, float other) {
   return field.allocated() ? field(n) : other;
-}
-
-// 0 without a sign.
-bool plain_zero(float value) {
-  return std::bit_cast<std::uint32_t>(value) == 0;
 }
 
 void pack_geometry(const MeshState& mesh, TrackFields& fields) {
@@ -79,9 +73,7 @@ void pack_nodes(const RunState& run, TrackFields& fields) {
     f[at_Db] = waves.WAVEbreak(n);
     f[at_ETAnew] = value_or(flow.ETAnew, n, 0.0f);
     f[at_ETAold] = value_or(flow.ETAold, n, 0.0f);
-    const bool calm = plain_zero(f[at_Hw]) && plain_zero(f[at_Ax]) && plain_zero(f[at_Ay]) &&
-                      plain_zero(f[at_Db]) && f[at_Tw] >= 0.01f && f[at_Tw] <= 1.0e6f;
-    f[at_waves] = calm ? 0.0f : 1.0f;
+    f[at_waves] = calm_node(waves, n) ? 0.0f : 1.0f;
   }
 }
 

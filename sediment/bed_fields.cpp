@@ -219,19 +219,11 @@ void move_bed(const RunState& run, const Pass& pass, int n, const NodeFlow& at,
                             : 8.5f * std::pow(D50, 0.6f) * std::log10(4.0f * h / D90);
 }
 
-// One node by closed formulas, all but its load.
-NodeResult closed_formula_node(const RunState& run, const Pass& pass, int n) {
-  const Settings& settings = run.settings;
-  const SedimentState& sediment = run.sediment;
-  NodeResult result{fields_of(sediment, n), {}};
-  NodeFields& fields = result.fields;
-  TransportPoint& point = result.point;
-  const float Ks1 = 3.0f * sediment.D90(n);
-  const NodeFlow at = node_flow(run.flow, n, pass.level);
-  if (dry_node(run, at, Ks1, fields)) return result;
-
-  // Waves; without a period they count as absent and the period as 1 s.
-  NodeWaves waves = node_waves(run.waves, n, at.h);
+// Stresses on the bed of a node in waves and current, Pa.
+void stress_in_waves(const RunState& run, int n, const NodeFlow& at, NodeWaves& waves, float Ks1,
+                     float rho, TransportPoint& point) {
+  // Without a period waves count as absent and the period as 1 s.
+  waves = node_waves(run.waves, n, at.h);
   const float kx = waves.wx * waves.k, ky = waves.wy * waves.k;
   float a = waves.H / 2.0f;
   if (waves.T <= 0.0f) {
@@ -240,12 +232,10 @@ NodeResult closed_formula_node(const RunState& run, const Pass& pass, int n) {
   }
 
   // Dissipation by waves, current and breaking.
-  const WaterAtBed water = water_at_bed(run, n, at.h);
-  const float rho = water.rho;
   const WaveFriction friction =
       WAVE_FRICTION(two_pi / waves.T, waves.k, at.h, Ks1, a, kx, ky, at.u, at.v, rho);
   const float Db = run.waves.WAVEbreak(n);
-  point.breaking = settings.wave_breaking && Db < 0.0f;
+  point.breaking = run.settings.wave_breaking && Db < 0.0f;
   point.Db = point.breaking ? std::abs(Db) : 0.0f;
   point.Dtot = friction.Dw + friction.Dc;
   if (point.breaking) point.Dtot = point.Dtot + point.Db;
@@ -266,20 +256,58 @@ NodeResult closed_formula_node(const RunState& run, const Pass& pass, int n) {
   const float A = current_against_waves(at.u, at.v, waves.wx, waves.wy) * pi / 180.0f;
   const float along = point.TAUc + point.TAUw * std::cos(A);
   const float across = point.TAUw * std::sin(A);
-  fields.TAUbed = TAUbr + std::sqrt(along * along + across * across);
+  point.TAUbed = TAUbr + std::sqrt(along * along + across * across);
+}
+
+// The same without waves, where the friction is that of the current alone: the same numbers without
+// the wave formulas, but for the dissipation. False where the friction is another one; nothing is
+// set then.
+bool stress_without_waves(const RunState& run, int n, const NodeFlow& at, NodeWaves& waves,
+                          float Ks1, float rho, TransportPoint& point) {
+  const bool takes_dissipation = run.settings.method.transport == TransportFormula::camenen_larson;
+  if (takes_dissipation || !calm_node(run.waves, n)) return false;
+  const float log_drag = 0.4f / (std::log(Ks1 / 30.0f / at.h) + 1.0f);
+  const float Cd = log_drag * log_drag;
+  if (!current_alone(at.u, at.v, at.U, Cd)) return false;
+  const float Tx = Cd * rho * at.U * at.u, Ty = Cd * rho * at.U * at.v;
+  const float TAUc = std::sqrt(Tx * Tx + Ty * Ty);
+  // Within these the root of the square is the number itself.
+  if (!(TAUc > 1.0e-15f && TAUc < 1.0e15f)) return false;
+  waves.T = run.waves.WAVEperiod(n);
+  waves.omega = two_pi / waves.T;
+  point.TAUc = point.TAUbed = TAUc;
+  return true;
+}
+
+// One node by closed formulas, all but its load.
+NodeResult closed_formula_node(const RunState& run, const Pass& pass, int n) {
+  const Settings& settings = run.settings;
+  const SedimentState& sediment = run.sediment;
+  NodeResult result{fields_of(sediment, n), {}};
+  NodeFields& fields = result.fields;
+  TransportPoint& point = result.point;
+  const float Ks1 = 3.0f * sediment.D90(n);
+  const NodeFlow at = node_flow(run.flow, n, pass.level);
+  if (dry_node(run, at, Ks1, fields)) return result;
+
+  const WaterAtBed water = water_at_bed(run, n, at.h);
+  NodeWaves waves;
+  if (!stress_without_waves(run, n, at, waves, Ks1, water.rho, point)) {
+    stress_in_waves(run, n, at, waves, Ks1, water.rho, point);
+  }
+  fields.TAUbed = point.TAUbed;
 
   point.h = at.h;
   point.U = at.U;
   point.H = waves.H;
   point.T = waves.T;
   point.Uw = waves.Uw;
-  point.rho = rho;
+  point.rho = water.rho;
   point.nu = water.nu;
   point.D50 = sediment.D50(n);
-  point.TAUbed = fields.TAUbed;
 
   // Hard bottom, or grains for which no threshold of motion exists.
-  const bool has_threshold = settings.rhos > rho && point.D50 > 0.0f && Ks1 > 0.0f;
+  const bool has_threshold = settings.rhos > water.rho && point.D50 > 0.0f && Ks1 > 0.0f;
   if (!is_true(sediment.BEDmobile(n)) || !has_threshold) {
     fields.KSnode = Ks1;
     fields.QSED = 0.0f;

@@ -63,6 +63,17 @@ struct WaveFriction {
 WaveFriction WAVE_FRICTION(float omega, float k, float h, float Ks, float a, float kx, float ky,
                            float u, float v, float rho);
 
+// With no waves WAVE_FRICTION gives both coefficients as the drag of the current alone wherever the
+// attenuation by its least orbital velocity, 1e-10 m/s, is lost in the last place: speeds of 0.01
+// m/s and more, directions not too near an axis (a component of exactly 0 carries no stress), and
+// a drag in the usual range.
+inline bool current_alone(float U, float V, float S, float Cd) {
+  if (!(S >= 0.01f && Cd >= 1.0e-4f && Cd <= 1.0f)) return false;
+  const float au = std::abs(U), av = std::abs(V);
+  const float small = std::min(au, av), large = std::max(au, av);
+  return small == 0.0f || large <= 1000.0f * small;
+}
+
 // Wave mass-transport velocity, m/s; mode 0 or 1, z: height above the bed, c: celerity. Another
 // mode is a fatal message.
 float WAVE_DRIFT(const MessageState& messages, int mode, float k, float h, float z, float H,

@@ -5,6 +5,7 @@
 // height 0 and period 1.
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -73,5 +74,14 @@ struct WaveState {
   std::array<std::string, 2> hyfs_path;
   std::vector<double> hyfs_times;  // s after start_waves
 };
+
+// True if a node has no waves at all: its height, direction and breaking are 0 without a sign, and
+// its period is one that a wave number exists for.
+inline bool calm_node(const WaveState& waves, int n) {
+  const auto plain_zero = [](float value) { return std::bit_cast<std::uint32_t>(value) == 0; };
+  return plain_zero(waves.WAVEheight(n)) && plain_zero(waves.WAVEdirx(n)) &&
+         plain_zero(waves.WAVEdiry(n)) && plain_zero(waves.WAVEbreak(n)) &&
+         waves.WAVEperiod(n) >= 0.01f && waves.WAVEperiod(n) <= 1.0e6f;
+}
 
 }  // namespace dfl

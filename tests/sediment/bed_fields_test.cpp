@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <random>
 
 #include "sediment/bed_run.h"
 #include "sediment/primitives.h"
@@ -95,6 +97,55 @@ TEST(BedFields, NodeAtTheLeastDepthIsDry) {
                 1.0e-6f);
     EXPECT_EQ(run.sediment.USTAR(2), 0.0f);
     EXPECT_NE(run.sediment.TAUbed(3), 7.0f);
+  }
+}
+
+// A wave direction of -0 is one that only the full formulas take; it changes no number.
+TEST(BedFields, CalmNodesGetWhatTheWaveFormulasGive) {
+  for (const TransportFormula transport :
+       {TransportFormula::soulsby_van_rijn, TransportFormula::van_rijn_2017, TransportFormula::lund,
+        TransportFormula::camenen_larson, TransportFormula::cohesive}) {
+    RunState calm, full;
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+    for (RunState* run : {&calm, &full}) {
+      bed_run(*run, 60, 60, 4.0f);
+      run->settings.method.transport = transport;
+      run->settings.wave_breaking = true;
+      set_waves(*run, 0.0f, 1.0f, run == &full ? -0.0f : 0.0f, 0.0f);
+    }
+    for (int n = 1; n <= calm.mesh.NUMnode; ++n) {
+      const float h = std::pow(10.0f, 4.5f * unit(random) - 2.0f);
+      const float speed = std::pow(10.0f, 4.0f * unit(random) - 3.5f);
+      const float turn = n % 7 == 0 ? 1.5707964f * static_cast<float>(n % 4) : 6.3f * unit(random);
+      const float D50 = std::pow(10.0f, 2.5f * unit(random) - 5.0f);
+      for (RunState* run : {&calm, &full}) {
+        run->flow.Hnode(n) = h;
+        run->flow.Unode(n, 0) = n % 14 == 0 ? -0.0f : speed * std::sin(turn);
+        run->flow.Vnode(n, 0) = speed * std::cos(turn);
+        run->sediment.D50(n) = D50;
+        run->sediment.D90(n) = 2.0f * D50;
+      }
+    }
+    for (int step : {1, 2}) {
+      calm.clock.NStep = full.clock.NStep = step;
+      BED_FIELDS(calm);
+      BED_FIELDS(full);
+    }
+    const auto same = [&](const char* name, const Array<float>& a, const Array<float>& b) {
+      EXPECT_EQ(std::memcmp(a.data(), b.data(), sizeof(float) * static_cast<std::size_t>(a.size())),
+                0)
+          << name;
+    };
+    const SedimentState &a = calm.sediment, &b = full.sediment;
+    same("USTAR", a.USTAR, b.USTAR);
+    same("TAUbed", a.TAUbed, b.TAUbed);
+    same("KSnode", a.KSnode, b.KSnode);
+    same("BEDFORMnode", a.BEDFORMnode, b.BEDFORMnode);
+    same("MOBILITYnode", a.MOBILITYnode, b.MOBILITYnode);
+    same("QSED", a.QSED, b.QSED);
+    same("DZDT", a.DZDT, b.DZDT);
+    same("BEDrate", a.BEDrate, b.BEDrate);
   }
 }
 
