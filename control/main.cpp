@@ -1,6 +1,9 @@
 #include <cstdio>
+#include <new>
+#include <stdexcept>
 
 #include "control/command_line.h"
+#include "control/messages.h"
 #include "control/run_driver.h"
 
 int main(int count, char** arguments) {
@@ -20,6 +23,14 @@ int main(int count, char** arguments) {
   }
   dfl::RunState run;
   run.messages.exit_code = line.exit_code;
-  dfl::RUN_DRIVER(run, line.words);
+  // Arrays of a size that no machine holds are the user's numbers, not a fault of the program.
+  const char* no_memory = "Not enough memory for this run: fewer parcels, traps or a smaller mesh?";
+  try {
+    dfl::RUN_DRIVER(run, line.words);
+  } catch (const std::bad_alloc&) {
+    dfl::fatal_error(run.messages, no_memory);
+  } catch (const std::length_error&) {
+    dfl::fatal_error(run.messages, no_memory);
+  }
   return 0;
 }
