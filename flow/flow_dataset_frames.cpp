@@ -53,12 +53,17 @@ float mean(float a, float b) {
   return is_dry(a) || is_dry(b) ? dry_surface : (a + b) * 0.5f;
 }
 
-// Level 0 as the mean over levels of equal thickness.
+// Level 0 as the mean over levels of equal thickness; none where a level has none.
 void average_levels(int NUMlayers, Array2<float>& field) {
   const float share = 1.0f / static_cast<float>(NUMlayers);
   for (int n = 1; n <= field.rows(); ++n) {
-    field(n, 0) = 0.0f;
-    for (int k = 1; k <= NUMlayers; ++k) field(n, 0) += field(n, k) * share;
+    float sum = 0.0f;
+    bool dry = false;
+    for (int k = 1; k <= NUMlayers; ++k) {
+      dry = dry || is_dry(field(n, k));
+      sum += field(n, k) * share;
+    }
+    field(n, 0) = dry ? dry_surface : sum;
   }
 }
 

@@ -350,7 +350,11 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
         },
         5);
     f.write(
-        file, "grid/u", [](int i, int, int k) { return static_cast<float>(10 * i + k); }, 5);
+        file, "grid/u",
+        [](int i, int j, int k) {
+          return i == 3 && j == 3 && k == 1 ? -999.0f : static_cast<float>(10 * i + k);
+        },
+        5);
     f.write(
         file, "grid/v", [](int, int j, int k) { return static_cast<float>(j * k); }, 5);
     f.write(
@@ -376,6 +380,8 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
     EXPECT_FLOAT_EQ(flow.SALnew(n, k), 30.0f + level);
   }
   EXPECT_FLOAT_EQ(flow.Unew(n, 0), 27.5f);
+  // One level without a value leaves none for the average.
+  EXPECT_EQ(flow.Unew(f.node(3, 3), 0), dry_surface);
   EXPECT_FLOAT_EQ(flow.Vnew(n, 0), 2.5f * 2.5f);
 }
 
