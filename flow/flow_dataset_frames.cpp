@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "dataset/dataset_status.h"
 #include "flow/flow_dataset_parts.h"
 #include "flow/flow_datasets.h"
 #include "mesh/quadtree_map.h"
@@ -23,8 +24,8 @@ void finish_step(const RunState& run, int status, const Step& step, const std::s
   if (status >= 0 && static_cast<std::int64_t>(values.size()) != step.expected) {
     status = hyfs_size_incorrect;
   }
-  check_flow_status(run, status, file_name + ": step " + std::to_string(step.index),
-                    std::string(operation) + "(" + step.name + ") error");
+  check_dataset_status(run.messages, status, file_name + ": step " + std::to_string(step.index),
+                       std::string(operation) + "(" + step.name + ") error");
   for (float& value : values) {
     if (!std::isfinite(value)) value = dry_surface;
   }

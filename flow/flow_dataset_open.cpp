@@ -4,6 +4,7 @@
 
 #include "control/run_clock.h"
 #include "control/text_tools.h"
+#include "dataset/dataset_status.h"
 #include "flow/flow_dataset_parts.h"
 #include "flow/flow_datasets.h"
 
@@ -18,57 +19,35 @@ struct Dataset {
   std::string word, letter;  // of the model and the dataset, as "ADCIRC" and "Z"
   HyfsHandle set = -1;
 
-  std::string place() const { return file_name + ": \"" + path + "\""; }
+  std::string place() const { return dataset_place(file_name, path); }
   std::string text(const char* operation) const {
     return std::string(operation) + "(" + word + "-" + letter + ") error";
   }
 };
 
-const char* reason_of(int status) {
-  switch (status) {
-    case hyfs_not_hdf5:
-      return "not an HDF5 file";
-    case hyfs_not_hyfs:
-      return "an HDF5 file, but neither HYFS nor NetCDF-4";
-    case hyfs_does_not_exist:
-      return "nothing of that name";
-    case hyfs_no_data:
-      return "no time step";
-    case hyfs_size_incorrect:
-      return "not the expected size, or no such time step";
-    case hyfs_incorrect_datatype:
-      return "holds no numbers";
-    case hyfs_group_type:
-    case hyfs_dataset_invalid:
-      return "not a dataset of the expected form";
-    default:
-      return "cannot be opened or read";
-  }
-}
-
 HyfsHandle open_file(const RunState& run, const std::string& name, const std::string& text) {
   HyfsHandle file = -1;
-  check_flow_status(run, hfopenfile_f(name, true, file), name, text);
+  check_dataset_file(run.messages, hfopenfile_f(name, true, file), name, text);
   return file;
 }
 
 void open_group(const RunState& run, Dataset& data) {
-  check_flow_status(run, hfopengroup_f(data.file, data.path, data.set), data.place(),
-                    data.text("HF_OPEN_GROUP"));
+  check_dataset_status(run.messages, hfopengroup_f(data.file, data.path, data.set), data.place(),
+                       data.text("HF_OPEN_GROUP"));
 }
 
 int count_times(const RunState& run, const Dataset& data) {
   int times = 0;
-  check_flow_status(run, hfgetdatasetnumtimes_f(data.set, times), data.place(),
-                    data.text("HF_GET_DATASET_NUM_TIMES"));
+  check_dataset_status(run.messages, hfgetdatasetnumtimes_f(data.set, times), data.place(),
+                       data.text("HF_GET_DATASET_NUM_TIMES"));
   return times;
 }
 
 void require_values(const RunState& run, const Dataset& data, std::int64_t expected,
                     const std::string& mismatch) {
   int values = 0;
-  check_flow_status(run, hfgetdatasetnumvals_f(data.set, values), data.place(),
-                    data.text("HF_GET_DATASET_NUMVALS"));
+  check_dataset_status(run.messages, hfgetdatasetnumvals_f(data.set, values), data.place(),
+                       data.text("HF_GET_DATASET_NUMVALS"));
   if (values == expected) return;
   console(run.messages, "\n%s: %d values a step, expected %lld", data.place().c_str(), values,
           static_cast<long long>(expected));
@@ -105,8 +84,8 @@ void check_times(const RunState& run, const Dataset& data, const std::vector<dou
 
 std::vector<double> read_times(const RunState& run, const Dataset& data) {
   std::vector<double> times;
-  check_flow_status(run, hfgetdatasettimes_f(data.set, times), data.place(),
-                    data.text("HF_GET_DATASET_TIMES"));
+  check_dataset_status(run.messages, hfgetdatasettimes_f(data.set, times), data.place(),
+                       data.text("HF_GET_DATASET_TIMES"));
   check_times(run, data, times);
   return times;
 }
@@ -130,8 +109,8 @@ double seconds_of(const RunState& run, double julian_day, const std::string& pla
   int era = 1;
   Date date{};
   double second = 0.0;
-  check_flow_status(
-      run,
+  check_dataset_status(
+      run.messages,
       hfjuliantocalendar_f(julian_day, era, date[0], date[1], date[2], date[3], date[4], second),
       place, "HF_JULIAN_TO_CALENDAR error");
   const std::int64_t ms = std::llround(second * 1000.0);
@@ -150,7 +129,7 @@ void take_reference_time(RunState& run, const Dataset& data, bool required) {
   double julian_day = 0.0;
   const int status = hfreadreftime_f(data.set, julian_day);
   if (status < 0 && !required) return;
-  check_flow_status(run, status, data.place(), "HF_READ_REFTIME error");
+  check_dataset_status(run.messages, status, data.place(), "HF_READ_REFTIME error");
   run.settings.start_flow = seconds_of(run, julian_day, data.place());
   run.flow.start_from_file = true;
   const Date date = SECONDS_TO_DATE(REFyear, run.settings.start_flow);
@@ -160,7 +139,7 @@ void take_reference_time(RunState& run, const Dataset& data, bool required) {
 
 std::string time_units(const RunState& run, const Dataset& data, const std::string& text) {
   std::string units;
-  check_flow_status(run, hfgetdatasettimeunits_f(data.set, units), data.place(), text);
+  check_dataset_status(run.messages, hfgetdatasettimeunits_f(data.set, units), data.place(), text);
   return units;
 }
 
@@ -282,14 +261,6 @@ void open_scalars(const RunState& run, Dataset& data, std::int64_t values) {
 
 }  // namespace
 
-void check_flow_status(const RunState& run, int status, const std::string& place,
-                       const std::string& text) {
-  if (status >= 0) return;
-  console(run.messages, "\n%s: %s", place.c_str(), reason_of(status));
-  echo(run.messages, "%s: %s\n", place.c_str(), reason_of(status));
-  REPORT(run.messages, true, text);
-}
-
 std::int64_t n3d_values(const RunState& run) {
   return (static_cast<std::int64_t>(run.flow.NUMlayers) + 1) * run.grid.NumI * run.grid.NumJ;
 }
@@ -346,11 +317,11 @@ void OPEN_FLOW_N2D(RunState& run) {
   const std::string mismatch = node_mismatch("RVS", "file");
   require_values(run, Z, run.grid.NUMcells, mismatch);
   require_values(run, V, run.grid.NUMcells, mismatch);
-  check_flow_status(run, hfgetscalardatalocation_f(Z.set, sets.ZLOC), Z.place(),
-                    Z.text("HF_GET_SCALAR_DATA_LOC"));
+  check_dataset_status(run.messages, hfgetscalardatalocation_f(Z.set, sets.ZLOC), Z.place(),
+                       Z.text("HF_GET_SCALAR_DATA_LOC"));
   if (sets.ZLOC != 0) REPORT(run.messages, true, "GRID_LOC_CENTER(RVS-Z) error");
-  check_flow_status(run, hfgetvector2ddatalocations_f(V.set, sets.ULOC, sets.VLOC), V.place(),
-                    V.text("HF_GET_VECTOR_2D_DATA_LOCS"));
+  check_dataset_status(run.messages, hfgetvector2ddatalocations_f(V.set, sets.ULOC, sets.VLOC),
+                       V.place(), V.text("HF_GET_VECTOR_2D_DATA_LOCS"));
   if (sets.ULOC != 0 && sets.ULOC != 3) REPORT(run.messages, true, "GRID_LOC_FACE_I(RVS-V) error");
   if (sets.VLOC != 0 && sets.VLOC != 4) REPORT(run.messages, true, "GRID_LOC_FACE_J(RVS-V) error");
   sets.Zset = Z.set;
