@@ -1,6 +1,7 @@
 // Opening flow in datasets: measured and checked before anything is read.
 
 #include <cmath>
+#include <utility>
 
 #include "control/run_clock.h"
 #include "control/text_tools.h"
@@ -164,11 +165,19 @@ void warn(const RunState& run, const std::string& text) {
   console(run.messages, "WARNING: %s\n", text.c_str());
 }
 
-// "hyfs" has no time scale.
-void warn_of_units(const RunState& run, const Dataset& data) {
+// Where the unit word of the file is not followed, a time counts `scale` seconds.
+void warn_of_units(const RunState& run, const Dataset& data, float scale) {
+  constexpr std::pair<const char*, float> known[] = {
+      {"sec", 1.0f}, {"min", 60.0f}, {"hour", 3600.0f}, {"day", 86400.0f}};
   std::string units;
-  if (hfgetdatasettimeunits_f(data.set, units) < 0 || contains(lower_case(units), "sec")) return;
-  warn(run, data.place() + " gives its times in \"" + units + "\": they are taken as seconds");
+  if (hfgetdatasettimeunits_f(data.set, units) < 0) return;
+  const std::string word = lower_case(units);
+  for (const auto& [name, seconds] : known) {
+    if (contains(word, name) && scale == seconds) return;
+  }
+  warn(run, data.place() + " gives its times in \"" + units + "\": they are taken as " +
+                (scale == 1.0f ? "seconds"
+                               : "n2d_step, " + number(static_cast<double>(scale)) + " s each"));
 }
 
 // Structured 3-D models keep the first interval for all frames.
@@ -310,7 +319,7 @@ void OPEN_FLOW_HYFS(RunState& run) {
   Dataset Z = flow_dataset(run, s.hyfs_wse_path, "ADCIRC", "Z");
   find_elevation(run, Z);
   take_times(run, open_elevation(run, Z), 1.0f);
-  warn_of_units(run, Z);
+  warn_of_units(run, Z, 1.0f);
   open_velocity(run, Z, run.mesh.NUMnode, run.mesh.NUMnode, 1.0f);
 }
 
@@ -349,6 +358,7 @@ void OPEN_FLOW_GR3D(RunState& run) {
   run.flow.datasets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(GR3D) error");
   Dataset Z = flow_dataset(run, s.hyfs_wse_path, "GR3D", "Z");
   take_times(run, open_elevation(run, Z), s.n2d_step);
+  warn_of_units(run, Z, s.n2d_step);
   warn_of_uneven_times(run, Z);
   open_velocity(run, Z, run.grid.NUMactive, gr3d_values(run), s.n2d_step);
   if (!has_lattice(run)) REPORT(run.messages, true, node_mismatch("GR3D", "file"));
@@ -418,6 +428,7 @@ void OPEN_BOTTOM_DATASET(RunState& run) {
   open_group(run, U);
   count_times(run, U);
   scale_times(run, read_times(run, U), s.n2d_step, sets.TIMESbottom);
+  warn_of_units(run, U, s.n2d_step);
   sets.dTimebottom = first_difference(sets.TIMESbottom);
   require_values(run, U, run.mesh.NUMnode, node_mismatch("BOTTOM", "file"));
   sets.BOTset = U.set;

@@ -449,6 +449,27 @@ TEST(FlowDatasets, LevelsMoveOnWithTheFrames) {
   }
 }
 
+TEST(FlowDatasets, LatticeCellsWarnWhereTheirUnitIsNotTheCards) {
+  for (const float step : {1.0f, 60.0f, 3600.0f}) {
+    SCOPED_TRACE(step);
+    LatticeRun f(FlowFormat::gr3d, 2, 2, 1);
+    f.run.settings.n2d_step = step;
+    f.console_to_file();
+    {
+      DatasetFile file(f.folder.path("flow.h5"));
+      file.info.time_units = "Hours";
+      const auto one = [](int, int, int) { return 1.0f; };
+      for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, one, 1);
+    }
+    f.open();
+    EXPECT_EQ(f.run.flow.dTime, 60.0f * step);
+    const std::string warning = step == 60.0f ? "n2d_step, 60.000 s each" : "seconds";
+    EXPECT_EQ(
+        f.console_text().find("in \"Hours\": they are taken as " + warning) != std::string::npos,
+        step != 3600.0f);
+  }
+}
+
 TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
   LatticeRun f(FlowFormat::n3d, 2, 2, 1);
   f.run.settings.hyfs_v_path = "grid/v";  // a full path
