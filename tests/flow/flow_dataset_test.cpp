@@ -478,9 +478,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
     DatasetFile file(f.folder.path("flow.h5"));
     const auto one = [](int, int, int) { return 1.0f; };
     for (const char* path : {"grid/z", "grid/u", "grid/w", "grid/s"}) {
-      f.write(file, path, one, 2, {0, 60, 120, 240});
+      f.write(file, path, one, 2, {0, 60, 120, 150});
     }
-    f.write(file, "grid/v", one, 2, {0, 60, 121, 240});
+    f.write(file, "grid/v", one, 2, {0, 60, 121, 150});
   }
   f.open();
   const std::string console = f.console_text();
@@ -488,6 +488,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
   EXPECT_NE(console.find("\"grid/v\": the time of step 3 is not that of the elevation"),
             std::string::npos);
   EXPECT_EQ(console.find("\"grid/u\""), std::string::npos);
+  // At even steps the last would stand at 180 s; there is none behind it to go to.
+  FLOW_START(f.run);
+  EXPECT_EQ(f.run.flow.TIMElast, 150.0);
 }
 
 // ---------------------------------------------------------------- bottom flow
