@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "dataset/dataset_status.h"
 #include "flow/flow_dataset_parts.h"
 #include "flow/flow_datasets.h"
 #include "mesh/quadtree_map.h"
@@ -23,8 +24,8 @@ void finish_step(const RunState& run, int status, const Step& step, const std::s
   if (status >= 0 && static_cast<std::int64_t>(values.size()) != step.expected) {
     status = hyfs_size_incorrect;
   }
-  check_flow_status(run, status, file_name + ": step " + std::to_string(step.index),
-                    std::string(operation) + "(" + step.name + ") error");
+  check_dataset_status(run.messages, status, file_name + ": step " + std::to_string(step.index),
+                       std::string(operation) + "(" + step.name + ") error");
   for (float& value : values) {
     if (!std::isfinite(value)) value = dry_surface;
   }
@@ -53,12 +54,17 @@ float mean(float a, float b) {
   return is_dry(a) || is_dry(b) ? dry_surface : (a + b) * 0.5f;
 }
 
-// Level 0 as the mean over levels of equal thickness.
+// Level 0 as the mean over levels of equal thickness; none where a level has none.
 void average_levels(int NUMlayers, Array2<float>& field) {
   const float share = 1.0f / static_cast<float>(NUMlayers);
   for (int n = 1; n <= field.rows(); ++n) {
-    field(n, 0) = 0.0f;
-    for (int k = 1; k <= NUMlayers; ++k) field(n, 0) += field(n, k) * share;
+    float sum = 0.0f;
+    bool dry = false;
+    for (int k = 1; k <= NUMlayers; ++k) {
+      dry = dry || is_dry(field(n, k));
+      sum += field(n, k) * share;
+    }
+    field(n, 0) = dry ? dry_surface : sum;
   }
 }
 

@@ -1,9 +1,11 @@
 // Opening flow in datasets: measured and checked before anything is read.
 
 #include <cmath>
+#include <utility>
 
 #include "control/run_clock.h"
 #include "control/text_tools.h"
+#include "dataset/dataset_status.h"
 #include "flow/flow_dataset_parts.h"
 #include "flow/flow_datasets.h"
 
@@ -18,57 +20,50 @@ struct Dataset {
   std::string word, letter;  // of the model and the dataset, as "ADCIRC" and "Z"
   HyfsHandle set = -1;
 
-  std::string place() const { return file_name + ": \"" + path + "\""; }
+  std::string place() const { return dataset_place(file_name, path); }
   std::string text(const char* operation) const {
     return std::string(operation) + "(" + word + "-" + letter + ") error";
   }
 };
 
-const char* reason_of(int status) {
-  switch (status) {
-    case hyfs_not_hdf5:
-      return "not an HDF5 file";
-    case hyfs_not_hyfs:
-      return "an HDF5 file, but neither HYFS nor NetCDF-4";
-    case hyfs_does_not_exist:
-      return "nothing of that name";
-    case hyfs_no_data:
-      return "no time step";
-    case hyfs_size_incorrect:
-      return "not the expected size, or no such time step";
-    case hyfs_incorrect_datatype:
-      return "holds no numbers";
-    case hyfs_group_type:
-    case hyfs_dataset_invalid:
-      return "not a dataset of the expected form";
-    default:
-      return "cannot be opened or read";
-  }
-}
-
 HyfsHandle open_file(const RunState& run, const std::string& name, const std::string& text) {
   HyfsHandle file = -1;
-  check_flow_status(run, hfopenfile_f(name, true, file), name, text);
+  check_dataset_file(run.messages, hfopenfile_f(name, true, file), name, text);
   return file;
 }
 
+// A path of a "n3d" grid counts from that of the grid unless it is part of it. Where that leads
+// nowhere a full path is meant, or the part was one by chance.
+int open_below_grid(const RunState& run, Dataset& data) {
+  const std::string& grid = run.settings.hyfs_n3d_path;
+  const std::string given = data.path, below = grid + "/" + given;
+  const bool part = contains(grid, given);
+  const std::string other = part ? below : given;
+  data.path = part ? given : below;
+  const int status = hfopengroup_f(data.file, data.path, data.set);
+  if (status >= 0 || hfopengroup_f(data.file, other, data.set) < 0) return status;
+  data.path = other;
+  return 0;
+}
+
 void open_group(const RunState& run, Dataset& data) {
-  check_flow_status(run, hfopengroup_f(data.file, data.path, data.set), data.place(),
-                    data.text("HF_OPEN_GROUP"));
+  const int status = data.word == "N3D" ? open_below_grid(run, data)
+                                        : hfopengroup_f(data.file, data.path, data.set);
+  check_dataset_status(run.messages, status, data.place(), data.text("HF_OPEN_GROUP"));
 }
 
 int count_times(const RunState& run, const Dataset& data) {
   int times = 0;
-  check_flow_status(run, hfgetdatasetnumtimes_f(data.set, times), data.place(),
-                    data.text("HF_GET_DATASET_NUM_TIMES"));
+  check_dataset_status(run.messages, hfgetdatasetnumtimes_f(data.set, times), data.place(),
+                       data.text("HF_GET_DATASET_NUM_TIMES"));
   return times;
 }
 
 void require_values(const RunState& run, const Dataset& data, std::int64_t expected,
                     const std::string& mismatch) {
   int values = 0;
-  check_flow_status(run, hfgetdatasetnumvals_f(data.set, values), data.place(),
-                    data.text("HF_GET_DATASET_NUMVALS"));
+  check_dataset_status(run.messages, hfgetdatasetnumvals_f(data.set, values), data.place(),
+                       data.text("HF_GET_DATASET_NUMVALS"));
   if (values == expected) return;
   console(run.messages, "\n%s: %d values a step, expected %lld", data.place().c_str(), values,
           static_cast<long long>(expected));
@@ -105,8 +100,8 @@ void check_times(const RunState& run, const Dataset& data, const std::vector<dou
 
 std::vector<double> read_times(const RunState& run, const Dataset& data) {
   std::vector<double> times;
-  check_flow_status(run, hfgetdatasettimes_f(data.set, times), data.place(),
-                    data.text("HF_GET_DATASET_TIMES"));
+  check_dataset_status(run.messages, hfgetdatasettimes_f(data.set, times), data.place(),
+                       data.text("HF_GET_DATASET_TIMES"));
   check_times(run, data, times);
   return times;
 }
@@ -130,8 +125,8 @@ double seconds_of(const RunState& run, double julian_day, const std::string& pla
   int era = 1;
   Date date{};
   double second = 0.0;
-  check_flow_status(
-      run,
+  check_dataset_status(
+      run.messages,
       hfjuliantocalendar_f(julian_day, era, date[0], date[1], date[2], date[3], date[4], second),
       place, "HF_JULIAN_TO_CALENDAR error");
   const std::int64_t ms = std::llround(second * 1000.0);
@@ -145,12 +140,13 @@ double seconds_of(const RunState& run, double julian_day, const std::string& pla
 }
 
 // The reference time of the elevation says when the flow starts, unless a card does.
-void take_reference_time(RunState& run, const Dataset& data, bool required) {
+// Only "n2d" files need to have one.
+void take_reference_time(RunState& run, const Dataset& data) {
   if (run.settings.start_flow >= 0.0) return;
   double julian_day = 0.0;
   const int status = hfreadreftime_f(data.set, julian_day);
-  if (status < 0 && !required) return;
-  check_flow_status(run, status, data.place(), "HF_READ_REFTIME error");
+  if (status < 0 && data.word != "RVS") return;
+  check_dataset_status(run.messages, status, data.place(), "HF_READ_REFTIME error");
   run.settings.start_flow = seconds_of(run, julian_day, data.place());
   run.flow.start_from_file = true;
   const Date date = SECONDS_TO_DATE(REFyear, run.settings.start_flow);
@@ -160,7 +156,7 @@ void take_reference_time(RunState& run, const Dataset& data, bool required) {
 
 std::string time_units(const RunState& run, const Dataset& data, const std::string& text) {
   std::string units;
-  check_flow_status(run, hfgetdatasettimeunits_f(data.set, units), data.place(), text);
+  check_dataset_status(run.messages, hfgetdatasettimeunits_f(data.set, units), data.place(), text);
   return units;
 }
 
@@ -169,11 +165,19 @@ void warn(const RunState& run, const std::string& text) {
   console(run.messages, "WARNING: %s\n", text.c_str());
 }
 
-// "hyfs" has no time scale.
-void warn_of_units(const RunState& run, const Dataset& data) {
+// Where the unit word of the file is not followed, a time counts `scale` seconds.
+void warn_of_units(const RunState& run, const Dataset& data, float scale) {
+  constexpr std::pair<const char*, float> known[] = {
+      {"sec", 1.0f}, {"min", 60.0f}, {"hour", 3600.0f}, {"day", 86400.0f}};
   std::string units;
-  if (hfgetdatasettimeunits_f(data.set, units) < 0 || contains(lower_case(units), "sec")) return;
-  warn(run, data.place() + " gives its times in \"" + units + "\": they are taken as seconds");
+  if (hfgetdatasettimeunits_f(data.set, units) < 0) return;
+  const std::string word = lower_case(units);
+  for (const auto& [name, seconds] : known) {
+    if (contains(word, name) && scale == seconds) return;
+  }
+  warn(run, data.place() + " gives its times in \"" + units + "\": they are taken as " +
+                (scale == 1.0f ? "seconds"
+                               : "n2d_step, " + number(static_cast<double>(scale)) + " s each"));
 }
 
 // Structured 3-D models keep the first interval for all frames.
@@ -206,24 +210,7 @@ void warn_of_other_times(const RunState& run, const Dataset& data, float scale) 
 
 // ---------------------------------------------------------------- the common shape
 
-// Times of the elevation into the run, `scale` seconds each.
-void take_times(RunState& run, const std::vector<double>& times, float scale) {
-  scale_times(run, times, scale, run.flow.TIMESflow);
-  run.flow.dTime = first_difference(run.flow.TIMESflow);
-}
-
-// The velocity, or one of its components, against the elevation.
-void compare_frames(const RunState& run, const Dataset& elevation, const Dataset& velocity,
-                    const std::string& word, float scale) {
-  if (count_times(run, velocity) != run.flow.NUMframes) {
-    REPORT(run.messages, true,
-           "*** The number of time steps in the " + elevation.letter + " and " +
-               (velocity.word == "N3D" ? velocity.letter : "U") + " parts of the " + word +
-               " HYFS file do not match***");
-  }
-  warn_of_other_times(run, velocity, scale);
-}
-
+// A dataset of the flow file. word, letter: of the model and the dataset in messages.
 Dataset flow_dataset(const RunState& run, const std::string& path, const char* word,
                      const char* letter) {
   Dataset data;
@@ -240,29 +227,73 @@ Dataset flow_dataset(const RunState& run, const std::string& path, const char* w
 void find_elevation(RunState& run, Dataset& elevation) {
   const Settings& s = run.settings;
   if (s.flow_file_z == "none" || s.flow_file_z == s.flow_file_uv) return;
-  HyfsHandle set = -1;
+  HyfsHandle set = -1, file = -1;
   if (hfopengroup_f(elevation.file, elevation.path, set) >= 0) {
     hfclosegroup_f(set);
     return;
   }
-  HyfsHandle& file = run.flow.datasets.elevation_file;
-  if (hfopenfile_f(s.flow_file_z, true, file) < 0) return;
-  elevation.file = file;
+  if (const int status = hfopenfile_f(s.flow_file_z, true, file); status < 0) {
+    console(run.messages, "\n%s: %s", s.flow_file_z.c_str(),
+            hyfs_open_reason(s.flow_file_z, status).c_str());
+    return;
+  }
+  run.flow.datasets.elevation_file = elevation.file = file;
   elevation.file_name = s.flow_file_z;
 }
 
-// A path of a "n3d" grid counts from that of the grid unless it is part of it. Where that leads
-// nowhere a full path is meant, or the part was one by chance.
-void open_below_grid(const RunState& run, Dataset& data) {
-  const std::string& grid = run.settings.hyfs_n3d_path;
-  const std::string given = data.path, below = grid + "/" + given;
-  const bool part = contains(grid, given);
-  for (const std::string& path : {part ? given : below, part ? below : given}) {
-    data.path = path;
-    if (hfopengroup_f(data.file, path, data.set) >= 0) return;
+// The elevation says when the flow starts and has the times of the frames, which it returns as
+// they stand in the file.
+std::vector<double> open_elevation(RunState& run, Dataset& Z) {
+  open_group(run, Z);
+  take_reference_time(run, Z);
+  run.flow.NUMframes = count_times(run, Z);
+  run.flow.datasets.Zset = Z.set;
+  return read_times(run, Z);
+}
+
+// Times of the elevation into the run, `scale` seconds each.
+void take_times(RunState& run, const std::vector<double>& times, float scale) {
+  scale_times(run, times, scale, run.flow.TIMESflow);
+  run.flow.dTime = first_difference(run.flow.TIMESflow);
+}
+
+// The velocity, or one of its components, has the frames of the elevation.
+void compare_frames(const RunState& run, const Dataset& elevation, const Dataset& velocity,
+                    float scale) {
+  if (count_times(run, velocity) != run.flow.NUMframes) {
+    const std::string component = velocity.word == "N3D" ? velocity.letter : "U";
+    const std::string word = velocity.word == "RVS" ? "ADCIRC" : velocity.word;
+    REPORT(run.messages, true,
+           "*** The number of time steps in the " + elevation.letter + " and " + component +
+               " parts of the " + word + " HYFS file do not match***");
   }
-  data.path = part ? given : below;
+  warn_of_other_times(run, velocity, scale);
+}
+
+// The velocity in one dataset, and the values of a step of both.
+Dataset open_velocity(RunState& run, const Dataset& Z, std::int64_t Z_values, std::int64_t V_values,
+                      float scale) {
+  Dataset V = flow_dataset(run, run.settings.hyfs_vel_path, Z.word.c_str(), "V");
+  open_group(run, V);
+  compare_frames(run, Z, V, scale);
+  const std::string mismatch = node_mismatch(Z.word, "file");
+  require_values(run, Z, Z_values, mismatch);
+  require_values(run, V, V_values, mismatch);
+  run.flow.datasets.Vset = V.set;
+  return V;
+}
+
+// A scalar of the flow file; it has the steps of the flow.
+HyfsHandle open_scalar(const RunState& run, const std::string& path, const char* word,
+                       const char* letter, std::int64_t values) {
+  Dataset data = flow_dataset(run, path, word, letter);
   open_group(run, data);
+  if (count_times(run, data) < run.flow.NUMframes) {
+    fatal_error(run.messages, data.place() + ": expected " + std::to_string(run.flow.NUMframes) +
+                                  " time steps, as the flow has");
+  }
+  require_values(run, data, values, node_mismatch(data.word, "file"));
+  return data.set;
 }
 
 bool has_lattice(const RunState& run) {
@@ -271,24 +302,7 @@ bool has_lattice(const RunState& run) {
          static_cast<std::int64_t>(grid.NumI) * grid.NumJ == run.mesh.NUMnode;
 }
 
-// Scalars of the flow file; they have the steps of the flow.
-void open_scalars(const RunState& run, Dataset& data, std::int64_t values) {
-  if (count_times(run, data) < run.flow.NUMframes) {
-    fatal_error(run.messages, data.place() + ": expected " + std::to_string(run.flow.NUMframes) +
-                                  " time steps, as the flow has");
-  }
-  require_values(run, data, values, node_mismatch(data.word, "file"));
-}
-
 }  // namespace
-
-void check_flow_status(const RunState& run, int status, const std::string& place,
-                       const std::string& text) {
-  if (status >= 0) return;
-  console(run.messages, "\n%s: %s", place.c_str(), reason_of(status));
-  echo(run.messages, "%s: %s\n", place.c_str(), reason_of(status));
-  REPORT(run.messages, true, text);
-}
 
 std::int64_t n3d_values(const RunState& run) {
   return (static_cast<std::int64_t>(run.flow.NUMlayers) + 1) * run.grid.NumI * run.grid.NumJ;
@@ -300,24 +314,13 @@ std::int64_t gr3d_values(const RunState& run) {
 
 void OPEN_FLOW_HYFS(RunState& run) {
   const Settings& s = run.settings;
-  FlowDatasets& sets = run.flow.datasets;
   console(run.messages, "Opening hydrodynamic data file...\n");
-  sets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(ADCIRC) error");
+  run.flow.datasets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(ADCIRC) error");
   Dataset Z = flow_dataset(run, s.hyfs_wse_path, "ADCIRC", "Z");
   find_elevation(run, Z);
-  open_group(run, Z);
-  take_reference_time(run, Z, false);
-  run.flow.NUMframes = count_times(run, Z);
-  take_times(run, read_times(run, Z), 1.0f);
-  warn_of_units(run, Z);
-  Dataset V = flow_dataset(run, s.hyfs_vel_path, "ADCIRC", "V");
-  open_group(run, V);
-  compare_frames(run, Z, V, "ADCIRC", 1.0f);
-  const std::string mismatch = node_mismatch("ADCIRC", "file");
-  require_values(run, Z, run.mesh.NUMnode, mismatch);
-  require_values(run, V, run.mesh.NUMnode, mismatch);
-  sets.Zset = Z.set;
-  sets.Vset = V.set;
+  take_times(run, open_elevation(run, Z), 1.0f);
+  warn_of_units(run, Z, 1.0f);
+  open_velocity(run, Z, run.mesh.NUMnode, run.mesh.NUMnode, 1.0f);
 }
 
 void OPEN_FLOW_N2D(RunState& run) {
@@ -329,10 +332,7 @@ void OPEN_FLOW_N2D(RunState& run) {
   Dataset Z = flow_dataset(run, s.hyfs_wse_path, "RVS", "Z");
   Z.file = sets.elevation_file;
   Z.file_name = s.flow_file_z;
-  open_group(run, Z);
-  take_reference_time(run, Z, true);
-  run.flow.NUMframes = count_times(run, Z);
-  const std::vector<double> times = read_times(run, Z);
+  const std::vector<double> times = open_elevation(run, Z);
   const std::string units = lower_case(time_units(run, Z, "HF_GET_DATASET_TIME_UNITS error"));
   if (contains(units, "hours")) {
     s.n2d_step = 3600.0f;
@@ -340,44 +340,28 @@ void OPEN_FLOW_N2D(RunState& run) {
     s.n2d_step = 1.0f;
   }
   take_times(run, times, s.n2d_step);
-  Dataset V = flow_dataset(run, s.hyfs_vel_path, "RVS", "V");
-  open_group(run, V);
-  compare_frames(run, Z, V, "ADCIRC", s.n2d_step);
-  const std::string mismatch = node_mismatch("RVS", "file");
-  require_values(run, Z, run.grid.NUMcells, mismatch);
-  require_values(run, V, run.grid.NUMcells, mismatch);
-  check_flow_status(run, hfgetscalardatalocation_f(Z.set, sets.ZLOC), Z.place(),
-                    Z.text("HF_GET_SCALAR_DATA_LOC"));
+  const int cells = run.grid.NUMcells;
+  const Dataset V = open_velocity(run, Z, cells, cells, s.n2d_step);
+  check_dataset_status(run.messages, hfgetscalardatalocation_f(Z.set, sets.ZLOC), Z.place(),
+                       Z.text("HF_GET_SCALAR_DATA_LOC"));
   if (sets.ZLOC != 0) REPORT(run.messages, true, "GRID_LOC_CENTER(RVS-Z) error");
-  check_flow_status(run, hfgetvector2ddatalocations_f(V.set, sets.ULOC, sets.VLOC), V.place(),
-                    V.text("HF_GET_VECTOR_2D_DATA_LOCS"));
+  check_dataset_status(run.messages, hfgetvector2ddatalocations_f(V.set, sets.ULOC, sets.VLOC),
+                       V.place(), V.text("HF_GET_VECTOR_2D_DATA_LOCS"));
   if (sets.ULOC != 0 && sets.ULOC != 3) REPORT(run.messages, true, "GRID_LOC_FACE_I(RVS-V) error");
   if (sets.VLOC != 0 && sets.VLOC != 4) REPORT(run.messages, true, "GRID_LOC_FACE_J(RVS-V) error");
-  sets.Zset = Z.set;
-  sets.Vset = V.set;
-  run.grid.CELLvalues.allocate(run.grid.NUMcells);
+  run.grid.CELLvalues.allocate(cells);
 }
 
 void OPEN_FLOW_GR3D(RunState& run) {
   const Settings& s = run.settings;
-  FlowDatasets& sets = run.flow.datasets;
   console(run.messages, "Opening GR3D hydrodynamic data file...\n");
-  sets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(GR3D) error");
+  run.flow.datasets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(GR3D) error");
   Dataset Z = flow_dataset(run, s.hyfs_wse_path, "GR3D", "Z");
-  open_group(run, Z);
-  take_reference_time(run, Z, false);
-  run.flow.NUMframes = count_times(run, Z);
-  take_times(run, read_times(run, Z), s.n2d_step);
+  take_times(run, open_elevation(run, Z), s.n2d_step);
+  warn_of_units(run, Z, s.n2d_step);
   warn_of_uneven_times(run, Z);
-  Dataset V = flow_dataset(run, s.hyfs_vel_path, "GR3D", "V");
-  open_group(run, V);
-  compare_frames(run, Z, V, "GR3D", s.n2d_step);
-  const std::string mismatch = node_mismatch("GR3D", "file");
-  require_values(run, Z, run.grid.NUMactive, mismatch);
-  require_values(run, V, gr3d_values(run), mismatch);
-  if (!has_lattice(run)) REPORT(run.messages, true, mismatch);
-  sets.Zset = Z.set;
-  sets.Vset = V.set;
+  open_velocity(run, Z, run.grid.NUMactive, gr3d_values(run), s.n2d_step);
+  if (!has_lattice(run)) REPORT(run.messages, true, node_mismatch("GR3D", "file"));
 }
 
 void OPEN_FLOW_N3D(RunState& run) {
@@ -386,10 +370,7 @@ void OPEN_FLOW_N3D(RunState& run) {
   console(run.messages, "Opening N3D hydrodynamic data file...\n");
   sets.flow_file = open_file(run, s.flow_file_uv, "HF_OPEN_FILE(N3D) error");
   Dataset Z = flow_dataset(run, s.hyfs_wse_path, "N3D", "Z");
-  open_below_grid(run, Z);
-  take_reference_time(run, Z, false);
-  run.flow.NUMframes = count_times(run, Z);
-  const std::vector<double> times = read_times(run, Z);
+  const std::vector<double> times = open_elevation(run, Z);
   const std::string units = time_units(run, Z, "HF_GET_DATASET_TIME_UNITS(N3D-Z) error");
   if (units == "Seconds") {
     s.n2d_step = 1.0f;
@@ -403,43 +384,35 @@ void OPEN_FLOW_N3D(RunState& run) {
   Dataset velocity[] = {flow_dataset(run, s.hyfs_u_path, "N3D", "U"),
                         flow_dataset(run, s.hyfs_v_path, "N3D", "V"),
                         flow_dataset(run, s.hyfs_w_path, "N3D", "W")};
-  for (Dataset& component : velocity) open_below_grid(run, component);
+  for (Dataset& component : velocity) open_group(run, component);
   const std::int64_t values = n3d_values(run);
   for (const Dataset& component : velocity) {
-    compare_frames(run, Z, component, "N3D", s.n2d_step);
+    compare_frames(run, Z, component, s.n2d_step);
     require_values(run, Z, values, node_mismatch("N3D", "Zfile"));
     require_values(run, component, values,
                    node_mismatch("N3D", (component.letter + "file").c_str()));
   }
   if (!has_lattice(run)) REPORT(run.messages, true, node_mismatch("N3D", "Zfile"));
-  sets.Zset = Z.set;
   sets.Uset = velocity[0].set;
   sets.Vset = velocity[1].set;
   sets.Wset = velocity[2].set;
 }
 
 void OPEN_SCALARS_GR3D(RunState& run) {
-  FlowDatasets& sets = run.flow.datasets;
-  Dataset S = flow_dataset(run, run.settings.hyfs_sal_path, "GR3D", "S");
-  open_group(run, S);
-  Dataset T = flow_dataset(run, run.settings.hyfs_temp_path, "GR3D", "T");
-  open_group(run, T);
-  open_scalars(run, S, gr3d_values(run));
-  open_scalars(run, T, gr3d_values(run));
-  sets.Sset = S.set;
-  sets.Tset = T.set;
+  const Settings& s = run.settings;
+  FlowState& flow = run.flow;
+  flow.datasets.Sset = open_scalar(run, s.hyfs_sal_path, "GR3D", "S", gr3d_values(run));
+  flow.datasets.Tset = open_scalar(run, s.hyfs_temp_path, "GR3D", "T", gr3d_values(run));
   // The file tells no heights: levels of equal thickness, each known at its middle.
-  const float levels = static_cast<float>(run.flow.NUMlayers);
-  for (int k = 1; k <= run.flow.NUMlayers; ++k) {
-    run.flow.SIGMA(k) = (static_cast<float>(k) - 0.5f) / levels;
+  const float levels = static_cast<float>(flow.NUMlayers);
+  for (int k = 1; k <= flow.NUMlayers; ++k) {
+    flow.SIGMA(k) = (static_cast<float>(k) - 0.5f) / levels;
   }
 }
 
 void OPEN_SCALARS_N3D(RunState& run) {
-  Dataset S = flow_dataset(run, run.settings.hyfs_sal_path, "N3D", "S");
-  open_below_grid(run, S);
-  open_scalars(run, S, n3d_values(run));
-  run.flow.datasets.Sset = S.set;
+  run.flow.datasets.Sset =
+      open_scalar(run, run.settings.hyfs_sal_path, "N3D", "S", n3d_values(run));
 }
 
 void OPEN_BOTTOM_DATASET(RunState& run) {
@@ -455,6 +428,7 @@ void OPEN_BOTTOM_DATASET(RunState& run) {
   open_group(run, U);
   count_times(run, U);
   scale_times(run, read_times(run, U), s.n2d_step, sets.TIMESbottom);
+  warn_of_units(run, U, s.n2d_step);
   sets.dTimebottom = first_difference(sets.TIMESbottom);
   require_values(run, U, run.mesh.NUMnode, node_mismatch("BOTTOM", "file"));
   sets.BOTset = U.set;

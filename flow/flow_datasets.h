@@ -2,15 +2,13 @@
 
 // Flow in HYFS dataset files, by flow_format. Any NetCDF-4 file is one.
 //
-//   format   elevation                        velocity                          values of a step
-//   "hyfs"   hyfs_wse_path                    hyfs_vel_path, pairs              mesh nodes
-//   "n2d"    hyfs_wse_path of flow_file_z     hyfs_vel_path, pairs              grid cells
-//   "gr3d"   hyfs_wse_path                    hyfs_vel_path, triples, salinity  cells of the
-//   lattice,
-//                                             and temperature                   levels outermost
-//   "n3d"    hyfs_wse_path: height of the     hyfs_u_path, hyfs_v_path,         planes (one more
-//   than
-//            planes                           hyfs_w_path, salinity             levels) of nodes
+//   format   elevation                      velocity                       values of a step
+//   "hyfs"   hyfs_wse_path                  hyfs_vel_path, pairs           mesh nodes
+//   "n2d"    hyfs_wse_path of flow_file_z   hyfs_vel_path, pairs           grid cells
+//   "gr3d"   hyfs_wse_path                  hyfs_vel_path, triples,        cells of the lattice,
+//                                           salinity, temperature          levels outermost
+//   "n3d"    hyfs_wse_path: height of       hyfs_u_path, hyfs_v_path,      planes, one more than
+//            the planes                     hyfs_w_path, salinity          levels, of lattice nodes
 //
 // Where no other file is named the datasets are those of flow_file_uv. Values of -998 or below,
 // fill values and what is not finite mark a place without a value. Two frames are in memory, never

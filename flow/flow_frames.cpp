@@ -1,5 +1,6 @@
 #include "flow/flow_frames.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -204,6 +205,10 @@ void set_time_span(RunState& run) {
   } else {
     const float span = static_cast<float>(flow.NUMframes - 1) * flow.dTime;
     flow.TIMElast = T1 + static_cast<double>(span);
+    // Steps of a lattice model that come faster than the first two end before.
+    if (dataset) {
+      flow.TIMElast = std::min(flow.TIMElast, flow.TIMESflow(flow.NUMframes) + flow_offset(run));
+    }
   }
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "control/text_tools.h"
+#include "dataset/dataset_status.h"
 #include "dataset/hyfs.h"
 #include "mesh/adcirc_mesh.h"
 #include "mesh/grid_mesh.h"
@@ -15,8 +15,8 @@ namespace dfl {
 
 namespace {
 
-void require(const RunState& run, int status, const std::string& text) {
-  if (status < 0) REPORT_CODE(run.messages, true, text, status);
+void require(const RunState& run, int status, const std::string& object, const std::string& text) {
+  check_dataset_status(run.messages, status, dataset_place(run.settings.mesh_file, object), text);
 }
 
 // Coordinates along one axis of the grid, and the sizes between them.
@@ -34,7 +34,9 @@ Axis axis_of(const RunState& run, const std::vector<double>& coordinates, const 
   axis.middle.allocate(cells);
   for (int i = 1; i <= cells; ++i) {
     axis.x(i) = static_cast<float>(coordinates[static_cast<std::size_t>(i) - 1]);
-    if (!std::isfinite(axis.x(i))) require(run, hyfs_dataset_invalid, message);
+    if (!std::isfinite(axis.x(i))) {
+      require(run, hyfs_dataset_invalid, run.settings.hyfs_grid_path, message);
+    }
     if (i > 1) axis.spacing(i) = axis.x(i) - axis.x(i - 1);
   }
   // Half a cell further on than the middle; the first coordinate takes it off again.
@@ -63,16 +65,17 @@ struct Structure {
 void read_head(RunState& run, HyfsHandle group) {
   GridState& grid = run.grid;
   double z = 0.0, bearing = 0.0;
-  require(run, hfgetnumbercellsini_f(group, grid.NumI), "HF_GET_NUMBER_CELLS_IN_I(NumI) error");
-  require(run, hfgetnumbercellsinj_f(group, grid.NumJ), "HF_GET_NUMBER_CELLS_IN_J(NumJ) error");
-  require(run, hfgetorigin_f(group, grid.GRIDx0, grid.GRIDy0, z), "HF_GET_ORIGIN error");
-  require(run, hfgetbearing_f(group, bearing), "HF_GET_BEARING(Layers) error");
+  const auto check = [&](int status, const char* text) {
+    require(run, status, run.settings.hyfs_grid_path, text);
+  };
+  check(hfgetnumbercellsini_f(group, grid.NumI), "HF_GET_NUMBER_CELLS_IN_I(NumI) error");
+  check(hfgetnumbercellsinj_f(group, grid.NumJ), "HF_GET_NUMBER_CELLS_IN_J(NumJ) error");
+  check(hfgetorigin_f(group, grid.GRIDx0, grid.GRIDy0, z), "HF_GET_ORIGIN error");
+  check(hfgetbearing_f(group, bearing), "HF_GET_BEARING(Layers) error");
   if (!std::isfinite(grid.GRIDx0) || !std::isfinite(grid.GRIDy0)) {
-    require(run, hyfs_dataset_invalid, "HF_GET_ORIGIN error");
+    check(hyfs_dataset_invalid, "HF_GET_ORIGIN error");
   }
-  if (!std::isfinite(bearing)) {
-    require(run, hyfs_dataset_invalid, "HF_GET_BEARING(Layers) error");
-  }
+  if (!std::isfinite(bearing)) check(hyfs_dataset_invalid, "HF_GET_BEARING(Layers) error");
   grid.GRIDangle = static_cast<double>(static_cast<float>(360.0 - bearing));
   if (grid.NumI < 2 || grid.NumJ < 2) {
     // The sizes of the first column and row are those of the second.
@@ -88,24 +91,27 @@ void read_head(RunState& run, HyfsHandle group) {
 
 Structure read_structure(RunState& run, HyfsHandle file) {
   const std::string& path = run.settings.hyfs_grid_path;
+  const std::string properties_path = path + "/PROPERTIES";
   HyfsHandle group = 0, properties = 0;
-  require(run, hfopengroup_f(file, path, group), "HF_OPEN_GROUP error");
+  require(run, hfopengroup_f(file, path, group), path, "HF_OPEN_GROUP error");
   read_head(run, group);
 
   std::vector<int> types;
-  require(run, hfopengroup_f(file, path + "/PROPERTIES", properties), "HF_OPEN_GROUP error");
+  require(run, hfopengroup_f(file, properties_path, properties), properties_path,
+          "HF_OPEN_GROUP error");
   const char* const types_message = "HF_READ_PROPERTY_FLOAT(CellTypes) error";
-  require(run, hfreadpropertyint_f(properties, "CellTypes", types), types_message);
-  if (types.size() != static_cast<std::size_t>(run.grid.NUMcells)) {
-    require(run, hyfs_size_incorrect, types_message);
+  int status = hfreadpropertyint_f(properties, "CellTypes", types);
+  if (status >= 0 && types.size() != static_cast<std::size_t>(run.grid.NUMcells)) {
+    status = hyfs_size_incorrect;
   }
+  require(run, status, properties_path + "/CellTypes", types_message);
   hfclosegroup_f(properties);
 
   std::vector<double> along_i, along_j;
   const char* const i_message = "HF_GET_GRID_COORDS_I error";
   const char* const j_message = "HF_GET_GRID_COORDS_J error";
-  require(run, hfgetgridcoordsi_f(group, along_i), i_message);
-  require(run, hfgetgridcoordsj_f(group, along_j), j_message);
+  require(run, hfgetgridcoordsi_f(group, along_i), path, i_message);
+  require(run, hfgetgridcoordsj_f(group, along_j), path, j_message);
   hfclosegroup_f(group);
 
   Structure structure{axis_of(run, along_i, i_message), axis_of(run, along_j, j_message), {}};
@@ -175,17 +181,19 @@ void place_nodes(RunState& run, const Structure& structure) {
 
 void read_depths(RunState& run, HyfsHandle file) {
   GridState& grid = run.grid;
+  const std::string& path = run.settings.hyfs_dep_path;
   HyfsHandle dataset = 0;
   int location = 0;
-  require(run, hfopengroup_f(file, run.settings.hyfs_dep_path, dataset), "HF_OPEN_GROUP error (H)");
-  require(run, hfgetscalardatalocation_f(dataset, location), "HF_GET_SCALAR_DATA_LOC(RVS-Z) error");
+  require(run, hfopengroup_f(file, path, dataset), path, "HF_OPEN_GROUP error (H)");
+  require(run, hfgetscalardatalocation_f(dataset, location), path,
+          "HF_GET_SCALAR_DATA_LOC(RVS-Z) error");
   if (location != 0) fatal_error(run.messages, "GRID_LOC_CENTER(RVS-Z) error");
   std::vector<float> depths;
-  const char* const message = "HF_READ_SCALAR_VALUES_TIMESTEP(H) error";
-  require(run, hfreadscalarvaluestimestep_f(dataset, 1, depths), message);
-  if (depths.size() != static_cast<std::size_t>(grid.NUMcells)) {
-    require(run, hyfs_size_incorrect, message);
+  int status = hfreadscalarvaluestimestep_f(dataset, 1, depths);
+  if (status >= 0 && depths.size() != static_cast<std::size_t>(grid.NUMcells)) {
+    status = hyfs_size_incorrect;
   }
+  require(run, status, path, "HF_READ_SCALAR_VALUES_TIMESTEP(H) error");
   hfclosegroup_f(dataset);
   grid.CELLvalues.allocate(grid.NUMcells);
   for (int cell = 1; cell <= grid.NUMcells; ++cell) {
@@ -203,7 +211,8 @@ void read_structured_grid(RunState& run) {
   const std::string& name = run.settings.mesh_file;
   console(run.messages, "Accessing grid file...\n");
   HyfsHandle file = 0;
-  require(run, hfopenfile_f(found_path(name), true, file), "HF_OPEN_FILE error: " + name);
+  check_dataset_file(run.messages, hfopenfile_f(name, true, file), name,
+                     "HF_OPEN_FILE error: " + name);
   const Structure structure = read_structure(run, file);
   set_cells(run.grid, structure);
   set_corners(run, structure.active);
@@ -211,7 +220,7 @@ void read_structured_grid(RunState& run) {
   place_nodes(run, structure);
   read_depths(run, file);
   start_moving_bed(run);
-  require(run, hfclosefile_f(file), "HF_CLOSE_FILE(grid) error");
+  require(run, hfclosefile_f(file), "", "HF_CLOSE_FILE(grid) error");
   TRIANGULATE_GRID(run, run.grid.NumI, run.grid.NumJ, structure.active);
 }
 

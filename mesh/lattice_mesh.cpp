@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "control/text_reader.h"
-#include "control/text_tools.h"
+#include "dataset/dataset_status.h"
 #include "dataset/hyfs.h"
 #include "mesh/adcirc_mesh.h"
 #include "mesh/boundaries.h"
@@ -20,18 +20,13 @@ namespace {
 // ---- dataset file ----
 
 void require(const RunState& run, int status, const std::string& object, const std::string& text) {
-  if (status >= 0) return;
-  const std::string place = "mesh file \"" + run.settings.mesh_file + "\"" +
-                            (object.empty() ? "" : ", \"" + object + "\"");
-  console(run.messages, "\n%s:", place.c_str());
-  echo(run.messages, "%s: %s\n", place.c_str(), text.c_str());
-  REPORT_CODE(run.messages, true, text, status);
+  check_dataset_status(run.messages, status, dataset_place(run.settings.mesh_file, object), text);
 }
 
 HyfsHandle open_mesh_file(const RunState& run) {
   HyfsHandle file = 0;
-  require(run, hfopenfile_f(found_path(run.settings.mesh_file), true, file), "",
-          "HF_OPEN_FILE error");
+  const std::string& name = run.settings.mesh_file;
+  check_dataset_file(run.messages, hfopenfile_f(name, true, file), name, "HF_OPEN_FILE error");
   return file;
 }
 

@@ -19,46 +19,6 @@ MessageState tool_messages(std::FILE* err) {
   return messages;
 }
 
-std::string hyfs_reason(int status) {
-  switch (status) {
-    case hyfs_not_hdf5:
-      return "not an HDF5 file";
-    case hyfs_not_hyfs:
-      return "an HDF5 file, but neither HYFS nor NetCDF-4";
-    case hyfs_attribute_not_supported:
-      return "an attribute of a kind that is not read";
-    case hyfs_incorrect_datatype:
-      return "holds no numbers, or numbers that do not fit";
-    case hyfs_size_incorrect:
-      return "of a wrong size";
-    case hyfs_no_data:
-      return "without a time step";
-    case hyfs_does_not_exist:
-      return "does not exist";
-    case hyfs_dataset_invalid:
-      return "a dataset whose form makes no sense here";
-    case hyfs_group_type:
-      return "another kind of object";
-    case -4601:
-      return "not a grid";
-    case -4602:
-      return "a grid with wrong \"dimensions\"";
-    case -4603:
-      return "a grid without layers";
-    case -4604:
-      return "a grid with a wrong count of coordinates";
-    default:
-      return "cannot be read: damaged?";
-  }
-}
-
-std::string hyfs_open_reason(const std::string& path, int status) {
-  const std::string name = found_path(path);
-  if (!file_exists(name)) return "no such file";
-  if (is_directory(name)) return "a folder";
-  return hyfs_reason(status);
-}
-
 std::string number_words(double value) {
   std::array<char, 40> text;
   std::snprintf(text.data(), text.size(), "%.10g", value);

@@ -7,17 +7,13 @@
 #include <vector>
 
 #include "control/messages.h"
+#include "dataset/dataset_status.h"
 
 namespace dfl {
 
 // Faults in text files go to `err` and end the program with status 1; nothing waits for a key and
 // no file is written.
 MessageState tool_messages(std::FILE* err);
-
-// Why an operation of the dataset files failed.
-std::string hyfs_reason(int status);
-// "No such file", or why it cannot be read as a dataset file.
-std::string hyfs_open_reason(const std::string& path, int status);
 
 std::string number_words(double value);  // up to ten digits
 std::string date_words(double julian_day);

@@ -54,7 +54,7 @@ void lattice_datasets(DatasetFile& file, bool n3d, const std::string& odd, int v
 const BadFile bad_files[] = {
     {"no elevation", FlowFormat::hyfs,
      [](FlowRun&, DatasetFile& d) { steps_of(d, "uv", 2, 2, true); },
-     "flow.h5: \"z\": nothing of that name(.|\n)*ERROR: HF_OPEN_GROUP\\(ADCIRC-Z\\) error"},
+     "flow.h5: \"z\": does not exist(.|\n)*ERROR: HF_OPEN_GROUP\\(ADCIRC-Z\\) error"},
     {"no velocity", FlowFormat::hyfs,
      [](FlowRun&, DatasetFile& d) { steps_of(d, "z", 2, 2, false); },
      "ERROR: HF_OPEN_GROUP\\(ADCIRC-V\\) error"},
@@ -63,7 +63,7 @@ const BadFile bad_files[] = {
        steps_of(d, "z", 2, 0, false);
        steps_of(d, "uv", 2, 2, true);
      },
-     "no time step(.|\n)*ERROR: HF_GET_DATASET_NUM_TIMES\\(ADCIRC-Z\\) error"},
+     "without a time step(.|\n)*ERROR: HF_GET_DATASET_NUM_TIMES\\(ADCIRC-Z\\) error"},
     {"no velocity steps", FlowFormat::hyfs,
      [](FlowRun&, DatasetFile& d) {
        steps_of(d, "z", 2, 2, false);
@@ -216,7 +216,7 @@ const BadFile bad_files[] = {
        f.run.settings.hyfs_v_path = "north";
        lattice_datasets(d, true, "", 0, 0);
      },
-     "\"grid/north\": nothing of that name(.|\n)*ERROR: HF_OPEN_GROUP\\(N3D-V\\) error"},
+     "\"grid/north\": does not exist(.|\n)*ERROR: HF_OPEN_GROUP\\(N3D-V\\) error"},
     {"planes: v of other size", FlowFormat::n3d,
      [](FlowRun&, DatasetFile& d) { lattice_datasets(d, true, "v", 8, 2); },
      "The number of nodes in the N3D HYFS Vfile does not match the mesh file"},
@@ -289,7 +289,7 @@ TEST(FlowDatasetsDeathTest, FilesThatAreNoneAtAll) {
   const auto empty = [](const std::string& path) { std::ofstream(path) << ""; };
   const Case cases[] = {
       {"none", FlowFormat::hyfs, nothing,
-       "flow.h5: cannot be opened(.|\n)*HF_OPEN_FILE\\(ADCIRC\\) error"},
+       "flow.h5: no such file(.|\n)*HF_OPEN_FILE\\(ADCIRC\\) error"},
       {"folder", FlowFormat::hyfs, folder, "ERROR: HF_OPEN_FILE\\(ADCIRC\\) error"},
       {"text", FlowFormat::hyfs, text,
        "flow.h5: not an HDF5 file(.|\n)*HF_OPEN_FILE\\(ADCIRC\\) error"},

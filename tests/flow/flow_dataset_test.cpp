@@ -350,7 +350,11 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
         },
         5);
     f.write(
-        file, "grid/u", [](int i, int, int k) { return static_cast<float>(10 * i + k); }, 5);
+        file, "grid/u",
+        [](int i, int j, int k) {
+          return i == 3 && j == 3 && k == 1 ? -999.0f : static_cast<float>(10 * i + k);
+        },
+        5);
     f.write(
         file, "grid/v", [](int, int j, int k) { return static_cast<float>(j * k); }, 5);
     f.write(
@@ -376,6 +380,8 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
     EXPECT_FLOAT_EQ(flow.SALnew(n, k), 30.0f + level);
   }
   EXPECT_FLOAT_EQ(flow.Unew(n, 0), 27.5f);
+  // One level without a value leaves none for the average.
+  EXPECT_EQ(flow.Unew(f.node(3, 3), 0), dry_surface);
   EXPECT_FLOAT_EQ(flow.Vnew(n, 0), 2.5f * 2.5f);
 }
 
@@ -443,6 +449,27 @@ TEST(FlowDatasets, LevelsMoveOnWithTheFrames) {
   }
 }
 
+TEST(FlowDatasets, LatticeCellsWarnWhereTheirUnitIsNotTheCards) {
+  for (const float step : {1.0f, 60.0f, 3600.0f}) {
+    SCOPED_TRACE(step);
+    LatticeRun f(FlowFormat::gr3d, 2, 2, 1);
+    f.run.settings.n2d_step = step;
+    f.console_to_file();
+    {
+      DatasetFile file(f.folder.path("flow.h5"));
+      file.info.time_units = "Hours";
+      const auto one = [](int, int, int) { return 1.0f; };
+      for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, one, 1);
+    }
+    f.open();
+    EXPECT_EQ(f.run.flow.dTime, 60.0f * step);
+    const std::string warning = step == 60.0f ? "n2d_step, 60.000 s each" : "seconds";
+    EXPECT_EQ(
+        f.console_text().find("in \"Hours\": they are taken as " + warning) != std::string::npos,
+        step != 3600.0f);
+  }
+}
+
 TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
   LatticeRun f(FlowFormat::n3d, 2, 2, 1);
   f.run.settings.hyfs_v_path = "grid/v";  // a full path
@@ -451,9 +478,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
     DatasetFile file(f.folder.path("flow.h5"));
     const auto one = [](int, int, int) { return 1.0f; };
     for (const char* path : {"grid/z", "grid/u", "grid/w", "grid/s"}) {
-      f.write(file, path, one, 2, {0, 60, 120, 240});
+      f.write(file, path, one, 2, {0, 60, 120, 150});
     }
-    f.write(file, "grid/v", one, 2, {0, 60, 121, 240});
+    f.write(file, "grid/v", one, 2, {0, 60, 121, 150});
   }
   f.open();
   const std::string console = f.console_text();
@@ -461,6 +488,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
   EXPECT_NE(console.find("\"grid/v\": the time of step 3 is not that of the elevation"),
             std::string::npos);
   EXPECT_EQ(console.find("\"grid/u\""), std::string::npos);
+  // At even steps the last would stand at 180 s; there is none behind it to go to.
+  FLOW_START(f.run);
+  EXPECT_EQ(f.run.flow.TIMElast, 150.0);
 }
 
 // ---------------------------------------------------------------- bottom flow

@@ -521,7 +521,7 @@ TEST(GridMesh, GridFilesWithoutTheirPartsStopTheRun) {
     const char* message;
   };
   const Case cases[] = {
-      {[](HyfsHandle) {}, "HF_OPEN_GROUP error"},
+      {[](HyfsHandle) {}, "grid.h5: \"Grid\": does not exist\nERROR: HF_OPEN_GROUP error"},
       {[](HyfsHandle file) {
          test::good(hfwritepropertyint_f(file, "Grid", {1, 2}));
        },
