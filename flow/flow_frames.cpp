@@ -1,6 +1,5 @@
 #include "flow/flow_frames.h"
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -205,9 +204,12 @@ void set_time_span(RunState& run) {
   } else {
     const float span = static_cast<float>(flow.NUMframes - 1) * flow.dTime;
     flow.TIMElast = T1 + static_cast<double>(span);
-    // Steps of a lattice model that come faster than the first two end before.
+    // Steps of a lattice model that come faster than the first two end before, by more than the
+    // rounding of the interval.
+    constexpr double rounding = 0.01;  // of an interval
     if (dataset) {
-      flow.TIMElast = std::min(flow.TIMElast, flow.TIMESflow(flow.NUMframes) + flow_offset(run));
+      const double end = flow.TIMESflow(flow.NUMframes) + flow_offset(run);
+      if (end < flow.TIMElast - rounding * static_cast<double>(flow.dTime)) flow.TIMElast = end;
     }
   }
 }
