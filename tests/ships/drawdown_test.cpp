@@ -232,6 +232,7 @@ TEST(DrawdownGrid, BadFilesStopWithTheirPlaceAndFault) {
       {":xOrigin 1\n", good_uv, "Error: READ_SGH_FILE_SCALAR"},
       {":xOrigin one\n", good_uv, "ERROR in line: :xOrigin one"},
       {":xDelta 0\n", good_uv, "ERROR in line: :xDelta 0"},
+      {":yDelta 1e38\n", good_uv, "ERROR in line: :yDelta 1e38"},
       {":xCount -3\n", good_uv, "ERROR in line: :xCount -3"},
       {no_key, good_uv, " \\*\\*\\* SGH FILE HEADER ERROR .*:yorigin"},
       {sgh_head() + "-.1 -.2 -.3\n", good_uv, "ERROR: Premature EndOfFile encountered"},
