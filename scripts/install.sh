@@ -1,5 +1,5 @@
 # Installs the Debian packages that the build and the tests need and that are not there yet.
-# Sourced by demo.sh and test.sh.
+# Sourced by demo.sh, test.sh and run_example.sh.
 packages="g++ cmake ninja-build libhdf5-dev libgtest-dev libbenchmark-dev"
 # Without these some tests are skipped: netCDF's own tools read and make files of ours.
 test_packages="netcdf-bin python3-numpy python3-h5py python3-netcdf4 python3-xarray"

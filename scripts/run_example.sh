@@ -3,6 +3,7 @@
 # usage: scripts/run_example.sh NAME [CONTROL ...]
 #   NAME      a folder of examples/
 #   CONTROL   control files of it, without ".pcf"; all of them if none is named
+# An example with a run.sh of its own is left to it: it makes its data and runs as a whole.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ $# -lt 1 ] || [ ! -d "examples/$1" ]; then
@@ -18,22 +19,22 @@ shift
 cmake --preset release
 cmake --build --preset release -j "$(nproc)" --target dfl
 
-cd "examples/$name"
-if [ $# -eq 0 ]; then
-  for file in *.pcf; do set -- "$@" "${file%.pcf}"; done
-fi
-for control in "$@"; do
-  echo
-  echo "examples/$name/$control.pcf"
-  # The console shows one line a step; only messages and the end are kept here.
-  ../../build/dfl "$control.pcf" --exit-code < /dev/null | tr '\r' '\n' |
-    grep -E 'Run stop|WARNING|ERROR|Trap ' || true
-  status=${PIPESTATUS[0]}
-  if [ "$status" -ne 0 ]; then
-    echo "examples/$name/$control.pcf stopped with status $status: see its .err file"
-    exit "$status"
+echo
+if [ -x "examples/$name/run.sh" ]; then
+  [ $# -eq 0 ] || echo "examples/$name/run.sh runs all control files of the example"
+  "examples/$name/run.sh" build/dfl
+else
+  # shellcheck source=scripts/example.sh
+  . scripts/example.sh build/dfl
+  cd "examples/$name"
+  if [ $# -eq 0 ]; then
+    for file in *.pcf; do set -- "$@" "${file%.pcf}"; done
   fi
-  sed -n '/^All sources/,/check/p' "${control}_balance.txt"
-done
+  for control in "$@"; do
+    run_control "$control"
+    sed -n '/^All sources/,/check/p' "${control}_balance.txt"
+  done
+  cd ../..
+fi
 echo "The results are in examples/$name."
-[ ! -f README.md ] || echo "Its README.md says what is where and what to look at."
+[ ! -f "examples/$name/README.md" ] || echo "Its README.md says what is where and what to look at."

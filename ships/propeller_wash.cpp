@@ -36,6 +36,15 @@ bool exit_speed(const ShipState& ships, float water_density, float& V0) {
   }
 }
 
+// The formulas leave the range of numbers for a jet without bounds. An unknown method is told at
+// the first point astern.
+void check_exit_speed(const TextReader& in, const ShipState& ships, float water_density) {
+  constexpr float fastest_jet = 1.0e6f;  // m/s
+  float V0 = 0.0f;
+  if (!exit_speed(ships, water_density, V0) || V0 <= fastest_jet) return;
+  in.stop("expected a propeller whose jet leaves with 1e6 m/s or less");
+}
+
 // Speed on the axis X behind the propeller. e0: base exponent; C: coefficient of the far jet.
 float speed_on_axis(float V0, float X, float D, float e0, float C) {
   const float s = X / D;
@@ -84,6 +93,7 @@ void READ_PROPWASH_DATA(RunState& run) {
   if (ships.PROPdepth > 0.0f) {
     fatal_error(run.messages, program + " only uses distance DOWN from surface for PropWash");
   }
+  check_exit_speed(in, ships, run.settings.water_density);
 }
 
 float pitch_in_range(float pitch) {

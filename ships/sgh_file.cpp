@@ -19,6 +19,10 @@ namespace {
 SghHeader read_sgh_header(const RunState& run, TextReader& in) {
   constexpr std::array<const char*, 7> keys = {":xorigin", ":yorigin", ":xdelta", ":ydelta",
                                                ":xcount",  ":ycount",  ":angle"};
+  constexpr float largest_cell = 1.0e9f;  // m
+  const auto cell = [](const std::string& value, float& size) {
+    return read_key_value(value, size) && size > 0.0f && size <= largest_cell;
+  };
   SghHeader header;
   std::array<bool, keys.size()> given{};
   const TakeKey take = [&](const std::string& key, const std::string& value) {
@@ -27,8 +31,8 @@ SghHeader read_sgh_header(const RunState& run, TextReader& in) {
     given[static_cast<std::size_t>(row - keys.begin())] = true;
     if (key == ":xorigin") return read_key_value(value, header.xorigin);
     if (key == ":yorigin") return read_key_value(value, header.yorigin);
-    if (key == ":xdelta") return read_key_value(value, header.xdelta) && header.xdelta > 0.0f;
-    if (key == ":ydelta") return read_key_value(value, header.ydelta) && header.ydelta > 0.0f;
+    if (key == ":xdelta") return cell(value, header.xdelta);
+    if (key == ":ydelta") return cell(value, header.ydelta);
     if (key == ":xcount") return read_key_value(value, header.xcount) && header.xcount > 0;
     if (key == ":ycount") return read_key_value(value, header.ycount) && header.ycount > 0;
     return read_key_value(value, header.angle);

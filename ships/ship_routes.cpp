@@ -92,12 +92,20 @@ void make_time_table(const RunState& run, double start, int number, ShipRoute& r
   route.HEADING(last) = route.HEADING(last - 1);
 }
 
+// A way point, and the speed or heading behind it.
+void read_point(TextReader& in, double z, RoutePoint& point, float& last_item) {
+  constexpr double farthest = 1.0e9;  // mesh units; the place of the ship is held in 4 bytes
+  in.read(point.x, point.y, last_item);
+  point.z = z;
+  if (std::abs(point.x) > farthest || std::abs(point.y) > farthest) {
+    in.stop("expected coordinates within 1e9");
+  }
+}
+
 void read_points(TextReader& in, double z, ShipRoute& route) {
   for (int k = 1; k <= route.NUMpoints; ++k) {
-    RoutePoint& point = route.POSITION(k);
     float knots = 0.0f;
-    in.read(point.x, point.y, knots);
-    point.z = z;
+    read_point(in, z, route.POSITION(k), knots);
     if (knots < 0.0f) in.stop("expected a speed of 0 knots or more");
     route.SPEED(k) = knots * knot;
   }
@@ -157,8 +165,7 @@ void READ_SHIP_ROUTES(RunState& run) {
     read_route_line(in, header, route);
     if (route.NUMpoints == 1) {
       ships.SHIPstill = true;
-      in.read(route.POSITION(1).x, route.POSITION(1).y, route.HEADING(1));
-      route.POSITION(1).z = z;
+      read_point(in, z, route.POSITION(1), route.HEADING(1));
       continue;
     }
     read_points(in, z, route);

@@ -62,6 +62,18 @@ def measures(values):
     return volume, moment / volume, crest * STEP, row[i]
 
 
+def volume_of_mesh(values):
+    """Sand above the plain bed of the whole mesh, m3: the mean of each triangle by its area."""
+    total = 0.0
+    for j in range(NODES - 1):
+        for i in range(NODES - 1):
+            # Both triangles of a cell hold its first and last corner.
+            corners = (rise(values, i, j), rise(values, i + 1, j + 1))
+            others = (rise(values, i + 1, j), rise(values, i, j + 1))
+            total += (2.0 * sum(corners) + sum(others)) / 6.0 * STEP * STEP
+    return total
+
+
 def transport(case, frame):
     """Pairs of depth and transport, m2/s of bed, of the nodes looked at in a frame."""
     bed = frames(case + "_bed.t3s")[frame][1]
@@ -91,8 +103,11 @@ def tell(case, frame):
     before, after, start = measures(first), measures(last), measures(bed[0][1])
     days = (t1 - t0) / 86400.0
     print("%s, the last %.2f days" % (case, days))
-    print("  volume        %9.1f -> %9.1f m3 (%+.2f %%; at the start %.1f)"
+    print("  hump          %9.1f -> %9.1f m3 (%+.2f %%; at the start %.1f)"
           % (before[0], after[0], 100.0 * (after[0] / before[0] - 1.0), start[0]))
+    whole = volume_of_mesh(first), volume_of_mesh(last)
+    print("  whole mesh    %9.1f -> %9.1f m3 (%+.3f m3; at the start %.1f)"
+          % (whole + (whole[1] - whole[0], volume_of_mesh(bed[0][1]))))
     print("  crest height  %9.3f -> %9.3f m" % (before[3], after[3]))
     print("  middle at     %9.1f -> %9.1f m: %6.2f m a day"
           % (before[1], after[1], (after[1] - before[1]) / days))
@@ -112,7 +127,7 @@ def draw(results):
     try:
         import matplotlib
     except ImportError:
-        print("no matplotlib: no picture")
+        print("no picture: this python3 has no matplotlib (Debian: python3-matplotlib)")
         return
     matplotlib.use("Agg")
     import matplotlib.pyplot as plt

@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
-# Makes the case, runs it with both kinds of transport and draws the hump before and after.
-#   examples/migrating_bed/run.sh [PATH_OF_DFL]
+# Makes the case, runs it with both kinds of transport, tells what became of the hump and, with
+# matplotlib, draws it.
+# usage: run.sh [PATH_OF_DFL]
 set -euo pipefail
-cd "$(dirname "$0")"
-dfl=$(realpath "${1:-../../build/dfl}")
+here=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=scripts/example.sh
+. "$here/../../scripts/example.sh"
+cd "$here"
 
-python3 make_case.py
+"$python" make_case.py
 for case in formula lattice; do
   rm -f "$case.nei"
-  "$dfl" "$case.pcf" --exit-code < /dev/null > "$case.log"
+  run_control "$case"
 done
-python3 look.py
+echo
+"$python" look.py

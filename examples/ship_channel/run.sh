@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# Makes mesh and flow, runs the passage and, if matplotlib is there, draws it.
+# Makes mesh and flow, runs the passage, tells what came of it and, with matplotlib, draws it.
+# usage: run.sh [PATH_OF_DFL]
 set -euo pipefail
-cd "$(dirname "$0")"
-dfl=../../build/dfl
-if [ ! -x "$dfl" ]; then
-  (cd ../.. && cmake --preset release && cmake --build --preset release --target dfl)
-fi
-python3 make_channel.py
-"$dfl" ship_channel.pcf --exit-code < /dev/null
-if python3 -c 'import matplotlib' 2> /dev/null; then
-  python3 plot_passage.py
-else
-  echo "python3-matplotlib is not installed: no picture"
-fi
+here=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=scripts/example.sh
+. "$here/../../scripts/example.sh"
+cd "$here"
+
+"$python" make_channel.py
+rm -f ship_channel.nei
+run_control ship_channel
+sed -n '/^All sources/,/check/p' ship_channel_balance.txt
+echo
+"$python" look.py

@@ -155,6 +155,10 @@ TEST(Drawdown, ReturnFlowLiesBetweenTheSourcesAndFallsAwayFromTheTrack) {
   EXPECT_NEAR(extra(s / 2.0, 100.0), -0.25f * std::exp(-1.0f), 1e-4f);
   EXPECT_EQ(extra(s + 1.0, 100.0), 0.0f);
   EXPECT_EQ(extra(-s - 1.0, 100.0), 0.0f);
+  // Held within 5 m/s before the calibration.
+  with.s.run.ships.Vr = 50.0f;
+  with.s.run.settings.calibration_factor = 0.5f;
+  EXPECT_EQ(with.at(0.0, 100.0).du, -2.5f);
 }
 
 // A grid of 5 by 3 points around a hull of 100 by 20 m: from the stern to the bow, from starboard
@@ -200,6 +204,7 @@ TEST(DrawdownGrid, LiesAroundTheShipAndTurnsWithIt) {
               1e-3f);
   for (const auto& [x, y] : {std::pair{949.0, 2000.0},
                              {1050.5, 2000.0},
+                             {1050.0, 2000.0},  // the last point itself begins no cell
                              {1000.0, 1989.0},
                              {1000.0, 2010.5},
                              {1e30, 2000.0},
@@ -232,6 +237,7 @@ TEST(DrawdownGrid, BadFilesStopWithTheirPlaceAndFault) {
       {":xOrigin 1\n", good_uv, "Error: READ_SGH_FILE_SCALAR"},
       {":xOrigin one\n", good_uv, "ERROR in line: :xOrigin one"},
       {":xDelta 0\n", good_uv, "ERROR in line: :xDelta 0"},
+      {":yDelta 1e38\n", good_uv, "ERROR in line: :yDelta 1e38"},
       {":xCount -3\n", good_uv, "ERROR in line: :xCount -3"},
       {no_key, good_uv, " \\*\\*\\* SGH FILE HEADER ERROR .*:yorigin"},
       {sgh_head() + "-.1 -.2 -.3\n", good_uv, "ERROR: Premature EndOfFile encountered"},

@@ -203,6 +203,8 @@ TEST(PropellerWash, BadFilesStopWithTheirPlaceAndFault) {
       {"real", "6\n1\n0.5\n", "real:3: expected an integer"},
       {"size", "0\n", "size:1: expected a propeller diameter above 0"},
       {"drive", "6\n1\n0\n1\n0\n1\n-80\n", "drive:7: expected revolutions or a power of 0 or more"},
+      {"fast", "6\n1\n0\n1\n0\n1\n1e38\n0\n0\n0\n-5\n0\n",
+       "fast:12: expected a propeller whose jet leaves with 1e6 m/s or less"},
       {"item10", "6\n1\n0\n1\n0\n1\n80\n0\n0\n1\n-5\n0\n",
        "DFL uses mesh depth for PropWash \\(i.e., PROPdepth < 0.\\)"},
       {"depth", "6\n1\n0\n1\n0\n1\n80\n0\n0\n0\n5\n0\n",

@@ -109,6 +109,22 @@ TEST(ShipPass, SurfaceFallsOnceANodeWhateverTheNumberOfLevels) {
   EXPECT_EQ(speed[0], speed[1]);
 }
 
+TEST(ShipPass, DepthAtTheShipIsThatOfTheMeshFirstAndOfThePassBeforeAfterwards) {
+  ShipRun s;
+  s.channel(50, 10, 40.0, [](double, double) { return 12.0f; });
+  for (int n = 1; n <= s.run.mesh.NUMnode; ++n) s.run.flow.ETAnew(n) = s.run.flow.ETAold(n) = 2.0f;
+  s.hull("function-continuity-return-square");
+  s.route("2 a\n100 200 10\n1900 200 10\n");
+  SHIP_SETUP(s.run);
+  s.pass_at(100.0);
+  EXPECT_FLOAT_EQ(s.run.ships.depth, 12.0f);  // without the level
+  const float Vr = s.run.ships.Vr;
+  ++s.run.clock.NStep;
+  s.pass_at(250.0);  // away from where the pass before lowered the surface
+  EXPECT_NEAR(s.run.ships.depth, 14.0f, 0.05f);
+  EXPECT_LT(s.run.ships.Vr, 0.9f * Vr);  // in the deeper section
+}
+
 TEST(ShipPass, PropellersStandAtTheSternWithAHull) {
   ShipRun s;
   s.channel(60, 10, 10.0, [](double, double) { return 9.0f; });

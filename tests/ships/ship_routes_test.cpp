@@ -120,6 +120,10 @@ TEST(ShipRoutes, BadFilesStopWithTheirPlaceAndFault) {
   const std::string letters = case_of("2 a\n0 0 10\n1 x 10\n");
   const std::string no_speed = case_of("3 a\n0 0 10\n10 0 0\n20 0 0\n");
   const std::string negative = case_of("2 a\n0 0 10\n1 1 -10\n");
+  const std::string far_off = case_of("2 a\n0 0 10\n1 -1e300 10\n");
+  const std::string far_still = case_of("1 a\n1e10 0 90\n");
+  const std::string no_number = case_of("2 a\n0 nan 10\n1 1 10\n");
+  const std::string too_large = case_of("2 a\n0 0 10\n1 1 1e400\n");
   const std::string many = case_of("2000000000 a\n0 0 10\n");
   const std::string none = case_of("0 a\n");
   const std::string cut_point = case_of("2 a\n0 0 10\n1 1");
@@ -140,6 +144,10 @@ TEST(ShipRoutes, BadFilesStopWithTheirPlaceAndFault) {
       {"letters.i3s", letters.c_str(), "letters.i3s:5: expected a real number, found \"x\""},
       {"speed.i3s", no_speed.c_str(), "\\*\\*\\* SHIP ROUTE SPEED IS ZERO \\*\\*\\*     1     2"},
       {"negative.i3s", negative.c_str(), "negative.i3s:5: expected a speed of 0 knots or more"},
+      {"far.i3s", far_off.c_str(), "far.i3s:5: expected coordinates within 1e9"},
+      {"still.i3s", far_still.c_str(), "still.i3s:4: expected coordinates within 1e9"},
+      {"nan.i3s", no_number.c_str(), "nan.i3s:4: expected a real number, found \"nan\""},
+      {"large.i3s", too_large.c_str(), "large.i3s:5: expected a real number within its range"},
       {"many.i3s", many.c_str(), "many.i3s:3: expected a number of way points"},
       {"zero.i3s", none.c_str(), "zero.i3s:3: expected a number of way points"},
       {"cutpoint.i3s", cut_point.c_str(), "cutpoint.i3s:5: expected"},

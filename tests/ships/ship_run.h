@@ -21,7 +21,10 @@ struct ShipRun {
   TemporaryFolder folder;
   RunState run;
 
-  explicit ShipRun(bool to_stderr = false) { quiet(run, folder.path("ship"), to_stderr); }
+  explicit ShipRun(bool to_stderr = false) {
+    quiet(run, folder.path("ship"), to_stderr);
+    run.settings.water_density = 1025.0f;
+  }
 
   // `columns` by `rows` cells of `size` m; depth(x, y). The channel lies along +x, its axis at the
   // middle row. `layers` 0: depth-averaged flow.
@@ -34,7 +37,6 @@ struct ShipRun {
     set_mesh(run, nodes, elements);
     MESH_GEOMETRY(run);
     run.settings.currents = true;
-    run.settings.water_density = 1025.0f;
     FlowState& flow = run.flow;
     flow.FLOW2D = layers == 0;
     flow.NUMlayers = layers;
