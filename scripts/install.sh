@@ -4,7 +4,7 @@ packages="g++ cmake ninja-build libhdf5-dev libgtest-dev libbenchmark-dev"
 # Without these some tests are skipped: netCDF's own tools read and make files of ours.
 test_packages="netcdf-bin python3-numpy python3-h5py python3-netcdf4 python3-xarray"
 missing=""
-for package in $packages $test_packages; do
+for package in $packages $test_packages ${more_packages:-}; do
   dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
     missing="$missing $package"
 done

@@ -13,6 +13,8 @@ if [ $# -lt 1 ] || [ ! -d "examples/$1" ]; then
 fi
 name=$1
 shift
+more_packages=""
+[ ! -x "examples/$name/run.sh" ] || more_packages="python3-matplotlib"  # for its picture
 # shellcheck source=scripts/install.sh
 . scripts/install.sh
 
