@@ -1,7 +1,11 @@
 #include "tools/hyfs_words.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cmath>
+#include <filesystem>
+#include <string_view>
 
 #include "control/text_tools.h"
 #include "dataset/hyfs.h"
@@ -48,15 +52,48 @@ std::string hyfs_reason(int status) {
     case -4604:
       return "a grid with a wrong count of coordinates";
     default:
-      return "cannot be read: damaged?";
+      return "cannot be read: cut short or damaged?";
   }
 }
+
+namespace {
+
+// "CDF" and a number stand at the head of the classic forms.
+bool is_classic_netcdf(const std::string& name) {
+  std::FILE* file = std::fopen(name.c_str(), "rb");
+  if (file == nullptr) return false;
+  std::array<char, 4> head{};
+  const bool read = std::fread(head.data(), 1, head.size(), file) == head.size();
+  std::fclose(file);
+  return read && std::string_view(head.data(), 3) == "CDF" && head[3] > 0 && head[3] <= 5;
+}
+
+}  // namespace
 
 std::string hyfs_open_reason(const std::string& path, int status) {
   const std::string name = found_path(path);
   if (!file_exists(name)) return "no such file";
   if (is_directory(name)) return "a folder";
+  if (std::error_code error; !std::filesystem::is_regular_file(name, error)) return "not a plain file";
+  if (status == hyfs_not_hdf5 && is_classic_netcdf(name)) {
+    return "NetCDF of a classic form, which is not read; nccopy -k nc4 OLD NEW makes one that is";
+  }
+  if (status == hyfs_io_error && access(name.c_str(), R_OK) != 0) return "may not be read";
   return hyfs_reason(status);
+}
+
+std::string hyfs_write_reason(const std::string& path, int status) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  if (!folder.empty() && !is_directory(folder)) return "no folder " + folder;
+  if (access(folder.empty() ? "." : folder.c_str(), W_OK) != 0) return "the folder is write-protected";
+  switch (status) {
+    case hyfs_io_error:
+      return "writing failed; is the disk full?";
+    case hyfs_dataset_invalid:
+      return "its path is taken, or leads through a dataset";
+    default:
+      return hyfs_reason(status);
+  }
 }
 
 std::string number_words(double value) {

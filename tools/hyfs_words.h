@@ -18,6 +18,8 @@ MessageState tool_messages(std::FILE* err);
 std::string hyfs_reason(int status);
 // "No such file", or why it cannot be read as a dataset file.
 std::string hyfs_open_reason(const std::string& path, int status);
+// Why something in a new file could not be written.
+std::string hyfs_write_reason(const std::string& path, int status);
 
 std::string number_words(double value);  // up to ten digits
 std::string date_words(double julian_day);

@@ -71,7 +71,7 @@ TEST(HyfsInfo, FilesThatCannotBeReadGiveAMessageAndStatusOne) {
       {folder.path(""), ": a folder"},
       {folder.path("text.h5"), "text.h5: not an HDF5 file"},
       {folder.path("empty.h5"), "empty.h5: not an HDF5 file"},
-      {folder.path("cut.h5"), "cut.h5: cannot be read: damaged?"},
+      {folder.path("cut.h5"), "cut.h5: cannot be read: cut short or damaged?"},
   };
   for (const Bad& bad : files) {
     for (const char* word : {"info", "check"}) {
