@@ -28,15 +28,13 @@ double time_scale(FileCheck& check, HyfsHandle set, const Expected& expected) {
   switch (check.run.settings.method.flow) {
     case FlowFormat::hyfs:
       if (given && !contains(word, "sec")) {
-        finding(check, place(expected) + "its times are in \"" + units +
-                           "\", they are taken as seconds");
+        finding(check,
+                place(expected) + "its times are in \"" + units + "\", they are taken as seconds");
       }
       return 1.0;
     case FlowFormat::n2d:
       if (!given) break;
-      return contains(word, "hours")     ? 3600.0
-             : contains(word, "seconds") ? 1.0
-                                         : card_scale(check);
+      return contains(word, "hours") ? 3600.0 : contains(word, "seconds") ? 1.0 : card_scale(check);
     case FlowFormat::n3d:
       if (units == "Hours") return 3600.0;
       if (units == "Seconds") return 1.0;
@@ -44,9 +42,9 @@ double time_scale(FileCheck& check, HyfsHandle set, const Expected& expected) {
     default:
       return card_scale(check);
   }
-  finding(check, place(expected) + (given ? "its times are in \"" + units +
-                                                "\", expected Seconds or Hours"
-                                          : std::string("its times have no units")));
+  finding(check,
+          place(expected) + (given ? "its times are in \"" + units + "\", expected Seconds or Hours"
+                                   : std::string("its times have no units")));
   return 0.0;
 }
 
@@ -62,8 +60,8 @@ bool start_of_flow(FileCheck& check, HyfsHandle set, const Expected& expected, s
     start = std::round((day - reference_day) * 86400000.0) / 1000.0;
     return true;
   }
-  const std::string text = place(expected) +
-                           "neither a reference time nor a card start_flow tells when it starts";
+  const std::string text =
+      place(expected) + "neither a reference time nor a card start_flow tells when it starts";
   start = 0.0;
   if (s.method.flow == FlowFormat::n2d) {
     finding(check, text);
@@ -164,7 +162,8 @@ void check_location(FileCheck& check, HyfsHandle set, const Expected& expected) 
   }
   hfgetvector2ddatalocations_f(set, x, y);
   if ((x != 0 && x != 3) || (y != 0 && y != 4)) {
-    finding(check, place(expected) + "expected x at cell centres or I-faces and y at cell centres or " +
+    finding(check, place(expected) +
+                       "expected x at cell centres or I-faces and y at cell centres or " +
                        "J-faces, found " + location_words(x) + " and " + location_words(y));
   }
 }

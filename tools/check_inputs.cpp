@@ -39,8 +39,8 @@ void check_sizes(FileCheck& check, const std::string& what, const std::vector<do
   }
 }
 
-void check_size_properties(FileCheck& check, const std::vector<Expected>& sizes,
-                           std::int64_t count, bool mapped) {
+void check_size_properties(FileCheck& check, const std::vector<Expected>& sizes, std::int64_t count,
+                           bool mapped) {
   std::vector<double> values;
   if (check_property(check, check.file, "Nodes", 0, NumberKind::whole, values) && count > 0 &&
       values[0] != static_cast<double>(count)) {

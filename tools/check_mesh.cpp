@@ -139,8 +139,8 @@ void check_spacing(FileCheck& check, const std::string& what,
   for (std::size_t i = 2; i < coordinates.size(); ++i) {
     const double next = coordinates[i] - coordinates[i - 1];
     if (std::abs(next - spacing) <= 1.0e-3 * spacing) continue;
-    note(check, what + ": the spacing of the first two, " + number_words(spacing) +
-                    ", is taken for all");
+    note(check,
+         what + ": the spacing of the first two, " + number_words(spacing) + ", is taken for all");
     return;
   }
 }

@@ -122,11 +122,10 @@ void check_values(FileCheck& check, HyfsHandle set, const Expected& expected, in
       finding(check, place(expected) + "values" + at + ": " + hyfs_reason(status));
       return;
     }
-    const std::size_t count = expected.wanted_values > 0
-                                  ? std::min<std::size_t>(static_cast<std::size_t>(
-                                                              expected.wanted_values),
-                                                          values.size())
-                                  : values.size();
+    const std::size_t count =
+        expected.wanted_values > 0
+            ? std::min<std::size_t>(static_cast<std::size_t>(expected.wanted_values), values.size())
+            : values.size();
     for (std::size_t i = 0; i < count; ++i) {
       if (is_wanted(values[i], expected.wanted)) continue;
       finding(check, place(expected) + wanted_words(expected.wanted) +
@@ -300,8 +299,7 @@ bool check_property(FileCheck& check, HyfsHandle group, const std::string& name,
   if (found == 0 || (count > 0 && found != count)) {
     const std::int64_t wanted = std::max<std::int64_t>(count, 1);
     finding(check, "property \"" + name + "\": expected " + std::to_string(wanted) +
-                       (wanted == 1 ? " number" : " numbers") + ", found " +
-                       std::to_string(found));
+                       (wanted == 1 ? " number" : " numbers") + ", found " + std::to_string(found));
     return false;
   }
   return true;

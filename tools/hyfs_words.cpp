@@ -74,7 +74,8 @@ std::string hyfs_open_reason(const std::string& path, int status) {
   const std::string name = found_path(path);
   if (!file_exists(name)) return "no such file";
   if (is_directory(name)) return "a folder";
-  if (std::error_code error; !std::filesystem::is_regular_file(name, error)) return "not a plain file";
+  if (std::error_code error; !std::filesystem::is_regular_file(name, error))
+    return "not a plain file";
   if (status == hyfs_not_hdf5 && is_classic_netcdf(name)) {
     return "NetCDF of a classic form, which is not read; nccopy -k nc4 OLD NEW makes one that is";
   }
@@ -85,10 +86,11 @@ std::string hyfs_open_reason(const std::string& path, int status) {
 std::string hyfs_write_reason(const std::string& path, int status) {
   const std::string folder = std::filesystem::path(path).parent_path().string();
   if (!folder.empty() && !is_directory(folder)) return "no folder " + folder;
-  if (access(folder.empty() ? "." : folder.c_str(), W_OK) != 0) return "the folder is write-protected";
+  if (access(folder.empty() ? "." : folder.c_str(), W_OK) != 0)
+    return "the folder is write-protected";
   switch (status) {
     case hyfs_io_error:
-      return "writing failed; is the disk full?";
+      return "writing failed: disk full, or write-protected?";
     case hyfs_dataset_invalid:
       return "its path is taken, or leads through a dataset";
     default:
