@@ -25,9 +25,11 @@ TEST(HyfsInfo, ShowsGridDatasetsTimesAndProperties) {
       {": HYFS 1.0, data\n", "Groups\n  Grid/Datasets\n", "Grids\n  Grid\n    cells: 3 x 2 x 1\n",
        "    origin: 500000 4100000 0\n    bearing: 20 degrees\n    along I: 50 to 150\n"
        "    along J: 40 to 80\n",
-       "  Grid/Datasets/Depth\n    scalar, 6 values\n    times: 1 time, 0 Seconds, from 2020-03-01 "
+       "  Grid/Datasets/Depth\n    scalar, 6 values along cells\n    times: 1 time, 0 Seconds, "
+       "from 2020-03-01 "
        "00:00:00\n    units: m\n    at: cell centres\n",
-       "  flow\n    vector of 2 components, 6 values\n    times: 2 times, 0 to 600, step 600 "
+       "  flow\n    vector of 2 components, 6 values along cells\n    times: 2 times, 0 to 600, "
+       "step 600 "
        "Seconds, "
        "from 2020-03-01 00:00:00\n    units: m/s\n    at: I-faces (x), J-faces (y)\n",
        "  Grid/PROPERTIES/CellTypes: 6 numbers\n", "  Grid/coords_j: 2 numbers = 40 80\n"});
@@ -48,12 +50,12 @@ TEST(HyfsInfo, ShowsANetcdfFileOfAnotherProgram) {
   if (!test::make_netcdf(folder, "other.nc", cdl)) GTEST_SKIP() << "no ncgen";
   const ToolRun run = tool({"info", folder.path("other.nc")});
   EXPECT_EQ(run.status, 0) << run.err;
-  expect_parts(
-      run.out,
-      {"other.nc: NetCDF-4\n",
-       "  zeta\n    scalar, 3 values\n    times: 3 times, 0 to 3, uneven steps Hours, from "
-       "2000-01-01 06:00:00\n    units: m\n    at: nodes\n",
-       "  depth: 3 numbers = 1 2 3\n", "  more/count: 1 number = 7\n", "Not read\n  name\n"});
+  expect_parts(run.out, {"other.nc: NetCDF-4\n",
+                         "  zeta\n    scalar, 3 values along node\n    times: 3 times, 0 to 3, "
+                         "uneven steps Hours, from "
+                         "2000-01-01 06:00:00\n    units: m\n    at: nodes\n",
+                         "  depth: 3 numbers = 1 2 3\n", "  more/count: 1 number = 7\n",
+                         "Not read\n  name\n"});
 }
 
 TEST(HyfsInfo, FilesThatCannotBeReadGiveAMessageAndStatusOne) {
