@@ -226,6 +226,7 @@ int HYFS_INFO(const std::string& path, std::FILE* out, std::FILE* err) {
     return 1;
   }
   show_head(list, path);
+  std::fflush(out);  // seen whatever becomes of the rest
   std::vector<HyfsObject> objects;
   const int status = hflistobjects_f(list.file, objects);
   show_sections(list, objects);
