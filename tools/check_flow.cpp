@@ -13,11 +13,23 @@ namespace dfl {
 namespace {
 
 // Seconds of a unit of the times by the card; 0 for a fault that has been told.
-double card_scale(FileCheck& check) {
-  const float scale = check.run.settings.n2d_step;
-  if (scale > 0.0f) return static_cast<double>(scale);
-  finding(check, "expected a time scale above 0 on the card n2d_step");
-  return 0.0;
+double card_scale(FileCheck& check, HyfsHandle set, const Expected& expected) {
+  const double scale = static_cast<double>(check.run.settings.n2d_step);
+  if (!(scale > 0.0)) {
+    finding(check, "expected a time scale above 0 on the card n2d_step");
+    return 0.0;
+  }
+  std::string units;
+  hfgetdatasettimeunits_f(set, units);
+  for (const auto& [word, seconds] : {std::pair<const char*, double>{"Seconds", 1.0},
+                                      {"Minutes", 60.0},
+                                      {"Hours", 3600.0},
+                                      {"Days", 86400.0}}) {
+    if (units != word || seconds == scale) continue;
+    finding(check, place(expected) + "its times are in \"" + units + "\", a unit is taken as " +
+                       number_words(scale) + " s (card n2d_step)");
+  }
+  return scale;
 }
 
 // Seconds of a unit of the times in a file; 0 for a fault that has been told.
@@ -34,13 +46,15 @@ double time_scale(FileCheck& check, HyfsHandle set, const Expected& expected) {
       return 1.0;
     case FlowFormat::n2d:
       if (!given) break;
-      return contains(word, "hours") ? 3600.0 : contains(word, "seconds") ? 1.0 : card_scale(check);
+      return contains(word, "hours")     ? 3600.0
+             : contains(word, "seconds") ? 1.0
+                                         : card_scale(check, set, expected);
     case FlowFormat::n3d:
       if (units == "Hours") return 3600.0;
       if (units == "Seconds") return 1.0;
       break;
     default:
-      return card_scale(check);
+      return card_scale(check, set, expected);
   }
   finding(check,
           place(expected) + (given ? "its times are in \"" + units + "\", expected Seconds or Hours"
@@ -262,7 +276,7 @@ HyfsHandle elevation_file(const FileCheck& check, const Expected& elevation,
   }
 }
 
-// Whether the words of the cards go together; false if no dataset file is read.
+// Whether the words of the cards go together.
 bool check_flow_words(FileCheck& check) {
   const Settings& s = check.run.settings;
   const bool in_layers = contains(s.velocity_method, "3d");
@@ -272,6 +286,7 @@ bool check_flow_words(FileCheck& check) {
     finding(check, "flow_format " + s.flow_format + " is none of dataset files");
     return false;
   }
+  const int before = check.findings;
   const std::string format = "flow_format " + s.flow_format + " does not go with ";
   if (in_layers != layered) finding(check, format + "velocity_method " + s.velocity_method);
   const MeshFormat mesh = s.method.mesh;
@@ -279,7 +294,7 @@ bool check_flow_words(FileCheck& check) {
   if ((layered && !lattice) || (s.method.flow == FlowFormat::n2d && mesh != MeshFormat::n2d)) {
     finding(check, format + "mesh_format " + s.mesh_format);
   }
-  return true;
+  return check.findings == before;
 }
 
 }  // namespace
@@ -336,7 +351,7 @@ void check_bottom_flow(FileCheck& check) {
   HyfsHandle set = 0;
   if (!check_dataset(check, check.file, expected, set)) return;
   std::vector<double> times = check_times(check, set, expected);
-  const double scale = card_scale(check);
+  const double scale = card_scale(check, set, expected);
   for (double& time : times) time = s.bottom_start_flow + time * scale;
   if (scale > 0.0) check_cover(check, expected, times, {.begin = false, .after = 1.0e-3});
   hfclosegroup_f(set);
