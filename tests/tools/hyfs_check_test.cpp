@@ -295,8 +295,11 @@ TEST(HyfsManual, TheExampleWritesAGridAndFlowThatPassTheCheck) {
   std::filesystem::rename(folder.path("flow.h5"), folder.path("grid.h5"));
   const ToolRun info = tool({"info", folder.path("grid.h5")});
   EXPECT_EQ(info.status, 0) << info.out << info.err;
-  expect_parts(info.out, {"cells: 40 x 20 x 1", "vector of 2 components, 800 values",
-                          "times: 2 times, 0 to 600, step 600 Seconds, from 2020-03-01 00:00:00"});
+  expect_parts(info.out,
+               {"cells: 40 x 20 x 1", "vector of 2 components, 800 values",
+                "  Grid/Datasets/Depth\n    scalar, 800 values\n    times: none (one step "
+                "at time 0)\n    at: cell centres\n",
+                "times: 2 times, 0 to 600, step 600 Seconds, from 2020-03-01 00:00:00"});
   const ToolRun check =
       check_grid(folder, ":hyfs_wse_path Datasets/wse\n:hyfs_vel_path Datasets/flow\n");
   EXPECT_EQ(check.status, 0) << check.out << check.err;
