@@ -1,5 +1,12 @@
 #include "dataset/dataset_status.h"
 
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <string_view>
+
 #include "control/text_tools.h"
 #include "dataset/hyfs.h"
 
@@ -12,6 +19,16 @@ void stop_at(const MessageState& messages, const std::string& place, const std::
   console(messages, "\n%s: %s", place.c_str(), reason.c_str());
   echo(messages, "%s: %s\n", place.c_str(), reason.c_str());
   REPORT(messages, true, text);
+}
+
+// "CDF" and a number stand at the head of the classic forms.
+bool is_classic_netcdf(const std::string& name) {
+  std::FILE* file = std::fopen(name.c_str(), "rb");
+  if (file == nullptr) return false;
+  std::array<char, 4> head{};
+  const bool read = std::fread(head.data(), 1, head.size(), file) == head.size();
+  std::fclose(file);
+  return read && std::string_view(head.data(), 3) == "CDF" && head[3] > 0 && head[3] <= 5;
 }
 
 }  // namespace
@@ -45,7 +62,7 @@ std::string hyfs_reason(int status) {
     case -4604:
       return "a grid with a wrong count of coordinates";
     default:
-      return "cannot be read: damaged?";
+      return "cannot be read: cut short or damaged?";
   }
 }
 
@@ -53,6 +70,12 @@ std::string hyfs_open_reason(const std::string& path, int status) {
   const std::string name = found_path(path);
   if (!file_exists(name)) return "no such file";
   if (is_directory(name)) return "a folder";
+  if (std::error_code error; !std::filesystem::is_regular_file(name, error))
+    return "not a plain file";
+  if (status == hyfs_not_hdf5 && is_classic_netcdf(name)) {
+    return "NetCDF of a classic form, which is not read; nccopy -k nc4 OLD NEW makes one that is";
+  }
+  if (status == hyfs_io_error && access(name.c_str(), R_OK) != 0) return "may not be read";
   return hyfs_reason(status);
 }
 

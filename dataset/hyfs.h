@@ -106,8 +106,9 @@ struct HyfsObject {
 };
 int hflistobjects_f(HyfsHandle file, std::vector<HyfsObject>& objects);
 struct HyfsForm {
-  bool timed = false;  // has a time axis
-  int components = 1;  // 2 or 3 for vectors
+  bool timed = false;              // has a time axis
+  int components = 1;              // 2 or 3 for vectors
+  std::vector<std::string> along;  // names of the dimensions of a step, as far as they have one
 };
 int hfgetdatasetform_f(HyfsHandle dataset, HyfsForm& form);
 // A text attribute of a file, group or dataset; of a vector's marker, else of its first component.

@@ -132,13 +132,12 @@ int write_head(hid_t file, const HyfsFileInfo& info, hsize_t width) {
   return times.good() ? times.close() : hyfs_io_error;
 }
 
-herr_t seek_scale(hid_t group, const char* name, const H5L_info_t*, void* found) {
-  const Id object(H5Oopen(group, name, H5P_DEFAULT));
-  if (object.good() && H5Iget_type(object.get()) == H5I_DATASET && is_scale(object.get())) {
-    *static_cast<bool*>(found) = true;
-    return 1;
-  }
-  return 0;
+herr_t seek_scale(hid_t root, const char* name, const H5O_info_t* facts, void* found) {
+  if (facts->type != H5O_TYPE_DATASET) return 0;
+  const Id object(H5Oopen(root, name, H5P_DEFAULT));
+  if (!object.good() || !is_scale(object.get())) return 0;
+  *static_cast<bool*>(found) = true;
+  return 1;
 }
 
 // Ours, or any NetCDF-4 file.
@@ -149,7 +148,7 @@ bool is_hyfs(hid_t file) {
     if (has_attribute(root.get(), name)) return true;
   }
   bool found = false;
-  H5Literate(root.get(), H5_INDEX_NAME, H5_ITER_NATIVE, nullptr, seek_scale, &found);
+  H5Ovisit2(root.get(), H5_INDEX_NAME, H5_ITER_NATIVE, seek_scale, &found, H5O_INFO_BASIC);
   return found;
 }
 
@@ -209,7 +208,8 @@ int hfopenfile_f(const std::string& path, bool read_only, HyfsHandle& file) {
   file = 0;
   if (const int status = hfpinitialize_f(); status < 0) return status;
   const std::string name = found_path(path);
-  if (!file_exists(name) || is_directory(name)) return hyfs_io_error;
+  // A pipe would be waited for without end.
+  if (std::error_code error; !std::filesystem::is_regular_file(name, error)) return hyfs_io_error;
   if (H5Fis_hdf5(name.c_str()) == 0) return hyfs_not_hdf5;
   if (!read_only && open_for_writing(name)) return hyfs_io_error;
   const Id list = access_list(read_only);

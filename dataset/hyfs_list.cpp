@@ -42,12 +42,14 @@ HyfsKind kind_of_dataset(hid_t dataset) {
   if (is_scale(dataset)) return HyfsKind::axis;
   if (!is_number(dataset)) return HyfsKind::other;
   if (type_of(dataset) == scalar_type) return HyfsKind::series;
+  // Numbers that lie at places of a grid or mesh.
+  const bool placed = has_attribute(dataset, "hyfs_location") || has_attribute(dataset, "location");
   Shape shape;
   HyfsForm form;
   if (read_shape(dataset, shape) >= 0 && shape.rank == 0) return HyfsKind::property;
   // One that cannot be described is shown with the reason.
   if (hfgetdatasetform_f(dataset, form) < 0) return HyfsKind::series;
-  return form.timed || shape.rank > 1 ? HyfsKind::series : HyfsKind::property;
+  return form.timed || placed || shape.rank > 1 ? HyfsKind::series : HyfsKind::property;
 }
 
 // Attributes of a group that a program asks for as properties; those of the layout are none.

@@ -215,7 +215,8 @@ bool day_since(const std::string& units, double& julian_day) {
   while (*rest == ' ') ++rest;
   int zone_hour = 0, zone_minute = 0;
   if ((*rest == '+' || *rest == '-') &&
-      std::sscanf(rest + 1, "%2d:%2d", &zone_hour, &zone_minute) >= 1) {
+      (std::sscanf(rest + 1, "%2d:%2d", &zone_hour, &zone_minute) == 2 ||
+       std::sscanf(rest + 1, "%2d%2d", &zone_hour, &zone_minute) >= 1)) {
     constexpr double minutes_of_day = 1440.0;
     const double shift = (60.0 * zone_hour + zone_minute) / minutes_of_day;
     if (hfcalendartojulian_f(1, year, month, day, hour, minute, second, julian_day) < 0) {

@@ -286,6 +286,11 @@ int hfgetdatasetform_f(HyfsHandle dataset, HyfsForm& form) {
   if (const int status = describe(datasets[0], series); status < 0) return status;
   form.timed = series.timed;
   form.components = datasets.size() > 1 ? static_cast<int>(datasets.size()) : series.components;
+  for (int axis = series.timed ? 1 : 0; axis < series.shape.rank; ++axis) {
+    const Id scale = scale_of(datasets[0], axis);
+    const std::string name = scale.good() ? own_name(scale.get()) : "";
+    if (!name.empty()) form.along.push_back(name);
+  }
   return 0;
 }
 

@@ -20,6 +20,8 @@ struct MeshSize {
   std::int64_t layers = 0;
   std::string grid_file;  // of a grid of cells: where it stands, and its paths
   std::string grid_path, depth_path;
+  std::string cellstring_file;
+  std::vector<std::string> cellstrings;
 };
 
 struct FileCheck {
@@ -43,6 +45,13 @@ std::string resolved(const FileCheck& check, const std::string& name);
 // Whether a name of the control file means the file.
 bool names_file(const FileCheck& check, const std::string& name);
 
+// Another file that a run needs together with this one; 0 if it cannot be opened, which is told if
+// it is needed.
+HyfsHandle open_other_file(FileCheck& check, const std::string& name, bool needed);
+
+// Which values a run takes.
+enum class Wanted { any, not_infinite, finite };
+
 // A dataset that a run reads, with what is expected of it.
 struct Expected {
   std::string card, path;
@@ -50,17 +59,33 @@ struct Expected {
   std::int64_t values = 0;  // of a step; 0: not known
   const char* values_of = "mesh nodes";
   const char* quantity = "";  // "m", "m/s", "s", "mm": what its units have to be, if it has any
+  Wanted wanted = Wanted::any;
+  std::int64_t wanted_values = 0;  // the first of a step that have to be so; 0: all
 };
-// Opens and checks it; false if it cannot be read. The handle is the caller's to close.
+// `card "path": `, which is how findings about it begin.
+std::string place(const Expected& expected);
+// Opens and checks it, its first and last step among it; false if it cannot be read. The handle is
+// the caller's to close.
 bool check_dataset(FileCheck& check, HyfsHandle file, const Expected& expected, HyfsHandle& set);
 // Steps, which grow. Empty if there is none.
 std::vector<double> check_times(FileCheck& check, HyfsHandle set, const Expected& expected);
+
+// How steps cover a run: one step covers all, and so does the time of an interval before the first.
+struct Cover {
+  bool even = false;   // the first interval counts for all
+  bool begin = true;   // a run stops in front of the first step; else it takes that
+  double after = 0.0;  // s behind the last step in which that is taken; negative: for ever
+};
 // Whether steps at these run seconds cover the run.
 void check_cover(FileCheck& check, const Expected& expected, const std::vector<double>& times,
-                 bool one_step_covers_all);
+                 const Cover& cover);
 // A property with so many numbers, 0: any; false if it is not there.
-bool check_property(FileCheck& check, const std::string& name, std::int64_t count, bool whole,
-                    std::vector<double>& values);
+enum class NumberKind { whole, single, wide };
+bool check_property(FileCheck& check, HyfsHandle group, const std::string& name, std::int64_t count,
+                    NumberKind kind, std::vector<double>& values);
+// The first number that is not what a run takes is told.
+void check_numbers(FileCheck& check, const std::string& what, const std::vector<double>& values,
+                   Wanted wanted);
 
 // The mesh of the control file, as far as its size is told at the head of its file.
 MeshSize mesh_size(FileCheck& check);

@@ -71,10 +71,6 @@ std::string names_in(HyfsHandle file) {
   return names.empty() ? "; the file has no datasets" : "; the file has " + names;
 }
 
-std::string place(const Expected& expected) {
-  return expected.card + " \"" + expected.path + "\": ";
-}
-
 struct UnitWords {
   const char* quantity;
   std::vector<const char*> words;
@@ -99,6 +95,43 @@ void check_units(FileCheck& check, HyfsHandle set, const Expected& expected) {
     if (!known) {
       finding(check, place(expected) + "units \"" + units +
                          "\" are unknown here, the values are taken in " + row.quantity);
+    }
+  }
+}
+
+template <class Number>
+bool is_wanted(Number value, Wanted wanted) {
+  return wanted == Wanted::any || std::isfinite(value) ||
+         (wanted == Wanted::not_infinite && std::isnan(value));
+}
+
+const char* wanted_words(Wanted wanted) {
+  return wanted == Wanted::finite ? "expected finite numbers, found "
+                                  : "expected no infinite numbers, found ";
+}
+
+// The first and the last step.
+void check_values(FileCheck& check, HyfsHandle set, const Expected& expected, int components,
+                  int times) {
+  for (int step = 1; step <= times; step += std::max(times - 1, 1)) {
+    std::vector<float> values;
+    const int status = components > 1 ? hfreadvectorvaluestimestep_f(set, step, values)
+                                      : hfreadscalarvaluestimestep_f(set, step, values);
+    const std::string at = " at step " + std::to_string(step);
+    if (status < 0) {
+      finding(check, place(expected) + "values" + at + ": " + hyfs_reason(status));
+      return;
+    }
+    const std::size_t count =
+        expected.wanted_values > 0
+            ? std::min<std::size_t>(static_cast<std::size_t>(expected.wanted_values), values.size())
+            : values.size();
+    for (std::size_t i = 0; i < count; ++i) {
+      if (is_wanted(values[i], expected.wanted)) continue;
+      finding(check, place(expected) + wanted_words(expected.wanted) +
+                         number_words(static_cast<double>(values[i])) + at + ", value " +
+                         std::to_string(i + 1));
+      return;
     }
   }
 }
@@ -145,6 +178,19 @@ bool names_file(const FileCheck& check, const std::string& name) {
   return std::filesystem::equivalent(resolved(check, name), found_path(check.file_name), error);
 }
 
+HyfsHandle open_other_file(FileCheck& check, const std::string& name, bool needed) {
+  HyfsHandle file = 0;
+  const std::string path = resolved(check, name);
+  const int status = hfopenfile_f(path, true, file);
+  if (status >= 0) return file;
+  if (needed) finding(check, "the file " + name + " beside it: " + hyfs_open_reason(path, status));
+  return 0;
+}
+
+std::string place(const Expected& expected) {
+  return expected.card + " \"" + expected.path + "\": ";
+}
+
 bool check_dataset(FileCheck& check, HyfsHandle file, const Expected& expected, HyfsHandle& set) {
   set = 0;
   if (const int status = hfopengroup_f(file, expected.path, set); status < 0) {
@@ -172,6 +218,7 @@ bool check_dataset(FileCheck& check, HyfsHandle file, const Expected& expected, 
                        std::to_string(values));
   }
   check_units(check, set, expected);
+  check_values(check, set, expected, form.components, times);
   return true;
 }
 
@@ -182,9 +229,10 @@ std::vector<double> check_times(FileCheck& check, HyfsHandle set, const Expected
                        (status == hyfs_dataset_invalid ? "there are none" : hyfs_reason(status)));
     return {};
   }
+  constexpr double latest = 1.0e15;  // s; far behind any calendar
   for (std::size_t k = 0; k < times.size(); ++k) {
     const bool grows = k == 0 || times[k] > times[k - 1];
-    if (grows && std::isfinite(times[k])) continue;
+    if (grows && std::abs(times[k]) < latest) continue;
     finding(check, place(expected) + "expected times that grow, found " + number_words(times[k]) +
                        " at step " + std::to_string(k + 1));
     return {};
@@ -193,31 +241,55 @@ std::vector<double> check_times(FileCheck& check, HyfsHandle set, const Expected
 }
 
 void check_cover(FileCheck& check, const Expected& expected, const std::vector<double>& times,
-                 bool one_step_covers_all) {
+                 const Cover& cover) {
   const Settings& s = check.run.settings;
-  if (times.empty() || (one_step_covers_all && times.size() == 1)) return;
+  if (times.size() < 2) return;
   if (s.start_run < 0.0 || s.stop_run < 0.0) {
     note(check, "the control file tells no start or no end of the run: times are not compared");
     return;
   }
-  // Up to one interval before the first step that step is taken.
-  const double interval = times.size() > 1 ? times[1] - times[0] : 0.0;
-  if (s.start_run < times.front() - interval) {
-    finding(check, place(expected) + "begins at " + run_date(times.front()) +
-                       ", the run starts at " + run_date(s.start_run));
+  // In 4 bytes, as a run keeps it.
+  const float interval = static_cast<float>(times[1] - times[0]);
+  const float span = static_cast<float>(times.size() - 1) * interval;
+  const double first = times.front();
+  const double last = cover.even ? first + static_cast<double>(span) : times.back();
+  if (s.start_run < first - static_cast<double>(interval)) {
+    const std::string text = place(expected) + "begins at " + run_date(first) +
+                             ", the run starts at " + run_date(s.start_run);
+    if (cover.begin) {
+      finding(check, text);
+    } else {
+      note(check, text + ": until then the first step is taken");
+    }
   }
-  if (s.stop_run > times.back() + 2.4e-7 * (times.back() - times.front())) {
-    finding(check, place(expected) + "ends at " + run_date(times.back()) + ", the run stops at " +
+  if (cover.after >= 0.0 && s.stop_run > last + cover.after) {
+    finding(check, place(expected) + "ends at " + run_date(last) + ", the run stops at " +
                        run_date(s.stop_run));
+  }
+  if (!cover.even) return;
+  for (std::size_t k = 2; k < times.size(); ++k) {
+    const double between = times[k] - times[k - 1];
+    if (std::abs(between - static_cast<double>(interval)) <=
+        1.0e-3 * static_cast<double>(interval)) {
+      continue;
+    }
+    note(check, place(expected) + "step " + std::to_string(k + 1) +
+                    " does not follow at the interval of the first two steps, which is taken for "
+                    "all");
+    return;
   }
 }
 
-bool check_property(FileCheck& check, const std::string& name, std::int64_t count, bool whole,
-                    std::vector<double>& values) {
-  int status = hfreadpropertydouble_f(check.file, name, values);
-  if (status >= 0 && whole) {
+bool check_property(FileCheck& check, HyfsHandle group, const std::string& name, std::int64_t count,
+                    NumberKind kind, std::vector<double>& values) {
+  int status = hfreadpropertydouble_f(group, name, values);
+  if (status >= 0 && kind == NumberKind::whole) {
     std::vector<int> numbers;
-    status = hfreadpropertyint_f(check.file, name, numbers);
+    status = hfreadpropertyint_f(group, name, numbers);
+  } else if (status >= 0 && kind == NumberKind::single) {
+    std::vector<float> numbers;
+    status = hfreadpropertyfloat_f(group, name, numbers);
+    values.assign(numbers.begin(), numbers.end());
   }
   if (status < 0) {
     finding(check, "property \"" + name + "\": " + hyfs_reason(status));
@@ -225,12 +297,22 @@ bool check_property(FileCheck& check, const std::string& name, std::int64_t coun
   }
   const std::int64_t found = static_cast<std::int64_t>(values.size());
   if (found == 0 || (count > 0 && found != count)) {
-    finding(check, "property \"" + name + "\": expected " +
-                       std::to_string(std::max<std::int64_t>(count, 1)) + " numbers, found " +
-                       std::to_string(found));
+    const std::int64_t wanted = std::max<std::int64_t>(count, 1);
+    finding(check, "property \"" + name + "\": expected " + std::to_string(wanted) +
+                       (wanted == 1 ? " number" : " numbers") + ", found " + std::to_string(found));
     return false;
   }
   return true;
+}
+
+void check_numbers(FileCheck& check, const std::string& what, const std::vector<double>& values,
+                   Wanted wanted) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (is_wanted(values[i], wanted)) continue;
+    finding(check, what + ": " + wanted_words(wanted) + number_words(values[i]) + " as number " +
+                       std::to_string(i + 1));
+    return;
+  }
 }
 
 int HYFS_CHECK(const std::string& path, const std::string& control, std::FILE* out,

@@ -85,7 +85,11 @@ void show_times(Listing& list, HyfsHandle set, bool timed) {
   line(list, text);
 }
 
-void show_location(Listing& list, HyfsHandle set, bool vector) {
+void show_location(Listing& list, HyfsHandle set, bool vector, const HyfsForm& form) {
+  if (!form.along.empty() && form.along.front() == "trajectory") {
+    line(list, "    at: parcels");
+    return;
+  }
   int x = 0, y = 0;
   const int status =
       vector ? hfgetvector2ddatalocations_f(set, x, y) : hfgetscalardatalocation_f(set, x);
@@ -115,15 +119,18 @@ void show_dataset(Listing& list, HyfsHandle set, bool marked) {
     return;
   }
   const bool vector = form.components > 1;
-  line(list, "    " +
-                 (vector ? "vector of " + std::to_string(form.components) + " components"
-                         : std::string("scalar")) +
-                 ", " + std::to_string(values) + " values");
+  std::string text = vector ? "vector of " + std::to_string(form.components) + " components"
+                            : std::string("scalar");
+  text += ", " + std::to_string(values) + (values == 1 ? " value" : " values");
+  for (std::size_t axis = 0; axis < form.along.size(); ++axis) {
+    text += (axis == 0 ? " along " : ", ") + form.along[axis];
+  }
+  line(list, "    " + text);
   show_times(list, set, form.timed);
   const std::string units = attribute(set, "units");
   if (!units.empty()) line(list, "    units: " + units);
   // A marker has two locations; a vector in one dataset, one.
-  show_location(list, set, marked);
+  show_location(list, set, marked, form);
   read_ends(list, set, form);
 }
 
@@ -219,6 +226,7 @@ int HYFS_INFO(const std::string& path, std::FILE* out, std::FILE* err) {
     return 1;
   }
   show_head(list, path);
+  std::fflush(out);  // seen whatever becomes of the rest
   std::vector<HyfsObject> objects;
   const int status = hflistobjects_f(list.file, objects);
   show_sections(list, objects);

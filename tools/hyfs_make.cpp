@@ -30,7 +30,7 @@ void tell(Writing& writing, const std::string& what) {
 bool good(const Writing& writing, int status, const std::string& what) {
   if (status >= 0) return true;
   std::fprintf(writing.err, "%s: %s cannot be written: %s\n", writing.plan.file.c_str(),
-               what.c_str(), hyfs_reason(status).c_str());
+               what.c_str(), hyfs_write_reason(writing.plan.file, status).c_str());
   return false;
 }
 
@@ -47,7 +47,8 @@ bool write_grid(Writing& writing) {
 }
 
 bool write_property(Writing& writing, const MakeProperty& property) {
-  tell(writing, property.path + ", " + std::to_string(property.values.size()) + " numbers");
+  tell(writing, property.path + ", " + std::to_string(property.values.size()) +
+                    (property.values.size() == 1 ? " number" : " numbers"));
   std::vector<int> whole;
   constexpr double most = 2147483647.0;
   for (const double value : property.values) {
@@ -125,15 +126,27 @@ HyfsFileInfo file_info(const MakePlan& plan) {
   return info;
 }
 
+// Before anything is read: whether there is room for the file.
+bool may_be_made(const std::vector<std::string>& words, std::FILE* err) {
+  if (words.empty() || words[0].empty() || !file_exists(words[0])) return true;
+  std::error_code error;
+  const char* fault = nullptr;
+  if (is_directory(words[0])) {
+    fault = "a folder";
+  } else if (!std::filesystem::is_regular_file(words[0], error)) {
+    fault = "not a plain file";
+  } else if (std::find(words.begin(), words.end(), "--overwrite") == words.end()) {
+    fault = "is there already; --overwrite replaces it";
+  }
+  if (fault != nullptr) std::fprintf(err, "%s: %s\n", words[0].c_str(), fault);
+  return fault == nullptr;
+}
+
 }  // namespace
 
 int HYFS_MAKE(const std::vector<std::string>& words, std::FILE* out, std::FILE* err) {
   MakePlan plan;
-  if (!read_make_plan(words, err, plan)) return 1;
-  if (file_exists(plan.file) && !plan.overwrite) {
-    std::fprintf(err, "%s: is there already; --overwrite replaces it\n", plan.file.c_str());
-    return 1;
-  }
+  if (!may_be_made(words, err) || !read_make_plan(words, out, err, plan)) return 1;
   // Beside its place until it is whole, so that a fault leaves what was there.
   const std::string aside = plan.file + ".part";
   Writing writing{plan};
@@ -147,7 +160,7 @@ int HYFS_MAKE(const std::vector<std::string>& words, std::FILE* out, std::FILE* 
   std::error_code error;
   if (whole) std::filesystem::rename(aside, plan.file, error);
   if (!whole || error) {
-    if (error) good(writing, hyfs_io_error, "the file");
+    if (error) std::fprintf(err, "%s: %s\n", plan.file.c_str(), error.message().c_str());
     std::filesystem::remove(aside, error);
     return 1;
   }

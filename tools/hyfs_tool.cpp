@@ -1,5 +1,7 @@
 #include "tools/hyfs_tool.h"
 
+#include <new>
+
 #include "control/command_line.h"
 #include "tools/hyfs_check.h"
 #include "tools/hyfs_info.h"
@@ -44,9 +46,7 @@ int misuse(std::FILE* err, const std::string& text) {
   return 1;
 }
 
-}  // namespace
-
-int HYFS_TOOL(const std::vector<std::string>& words, std::FILE* out, std::FILE* err) {
+int run_words(const std::vector<std::string>& words, std::FILE* out, std::FILE* err) {
   if (words.empty()) return misuse(err, "expected info, check or make");
   const std::string& word = words[0];
   if (word == "--help") {
@@ -66,6 +66,17 @@ int HYFS_TOOL(const std::vector<std::string>& words, std::FILE* out, std::FILE* 
   }
   if (word == "make") return HYFS_MAKE({words.begin() + 1, words.end()}, out, err);
   return misuse(err, "expected info, check or make, found \"" + word + "\"");
+}
+
+}  // namespace
+
+int HYFS_TOOL(const std::vector<std::string>& words, std::FILE* out, std::FILE* err) {
+  try {
+    return run_words(words, out, err);
+  } catch (const std::bad_alloc&) {
+    std::fprintf(err, "Not enough memory\n");
+    return 1;
+  }
 }
 
 }  // namespace dfl

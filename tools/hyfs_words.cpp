@@ -1,7 +1,10 @@
 #include "tools/hyfs_words.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cmath>
+#include <filesystem>
 
 #include "control/text_tools.h"
 #include "dataset/hyfs.h"
@@ -17,6 +20,21 @@ MessageState tool_messages(std::FILE* err) {
   messages.exit_code = true;
   messages.error_file = err;
   return messages;
+}
+
+std::string hyfs_write_reason(const std::string& path, int status) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  if (!folder.empty() && !is_directory(folder)) return "no folder " + folder;
+  if (access(folder.empty() ? "." : folder.c_str(), W_OK) != 0)
+    return "the folder is write-protected";
+  switch (status) {
+    case hyfs_io_error:
+      return "writing failed: disk full, or write-protected?";
+    case hyfs_dataset_invalid:
+      return "its path is taken, or leads through a dataset";
+    default:
+      return hyfs_reason(status);
+  }
 }
 
 std::string number_words(double value) {

@@ -15,6 +15,9 @@ namespace dfl {
 // no file is written.
 MessageState tool_messages(std::FILE* err);
 
+// Why something in a new file could not be written.
+std::string hyfs_write_reason(const std::string& path, int status);
+
 std::string number_words(double value);  // up to ten digits
 std::string date_words(double julian_day);
 // "2 times, 0 to 600, step 600"

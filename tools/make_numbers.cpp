@@ -24,6 +24,7 @@ constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
 
 [[noreturn]] void stop_at_count(TextReader& in, const NumberSource& source, std::int64_t found,
                                 bool more) {
+  if (source.expected == 0) in.stop("expected numbers, found none");
   in.stop("expected " + std::to_string(source.expected) + " numbers" +
           (source.expected_words.empty() ? "" : " (" + source.expected_words + ")") + ", found " +
           (more ? "more" : std::to_string(found)));
@@ -32,13 +33,14 @@ constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
 std::vector<double> read_file(const MessageState& messages, const NumberSource& source) {
   TextReader in(messages, source.word);
   std::vector<double> numbers;
+  if (source.expected > 0) numbers.reserve(static_cast<std::size_t>(source.expected));
   in.begin_record();
   for (;;) {
     double number = nothing;
     const std::int64_t count = static_cast<std::int64_t>(numbers.size());
     if (!in.try_item(number)) {
       const bool ended = contains(in.fault(), "found the end of the file");
-      if (!ended) in.stop(in.fault());
+      if (!ended) fatal_error(messages, in.fault());
       if (count == 0 || (source.expected > 0 && count != source.expected)) {
         stop_at_count(in, source, count, false);
       }
@@ -46,6 +48,9 @@ std::vector<double> read_file(const MessageState& messages, const NumberSource& 
     }
     if (std::isnan(number)) in.stop("expected a real number, found an empty place");
     if (source.expected > 0 && count == source.expected) stop_at_count(in, source, count, true);
+    if (count == most_numbers) {
+      in.stop("expected " + std::to_string(most_numbers) + " numbers at most, found more");
+    }
     numbers.push_back(number);
   }
 }
@@ -53,13 +58,12 @@ std::vector<double> read_file(const MessageState& messages, const NumberSource& 
 }  // namespace
 
 bool is_steps(const std::string& word, int first, std::vector<double>& numbers) {
-  constexpr int most = 1 << 28;
   const std::size_t colon = word.find(':');
   int count = 0;
   double step = 0.0;
   if (colon == std::string::npos || !whole_word(std::string_view(word).substr(0, colon), count) ||
-      !whole_word(std::string_view(word).substr(colon + 1), step) || count < 1 || count > most ||
-      !(step > 0.0) || !std::isfinite(step)) {
+      !whole_word(std::string_view(word).substr(colon + 1), step) || count < 1 ||
+      count > most_numbers || !(step > 0.0) || !std::isfinite(step * (count + 1.0))) {
     return false;
   }
   numbers.clear();
@@ -80,7 +84,10 @@ std::vector<double> read_numbers(const MessageState& messages, const NumberSourc
                                value);
   }
   if (!file_exists(found_path(source.word))) {
-    fault = source.option + ": no file \"" + source.word + "\"";
+    fault = source.option + ": " +
+            (source.or_steps ? "neither a text file nor N:STEP, a count and a width above 0: \""
+                             : "no file \"") +
+            source.word + "\"";
     return {};
   }
   return read_file(messages, source);

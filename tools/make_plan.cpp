@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <set>
 
 #include "control/text_tools.h"
 #include "tools/hyfs_words.h"
@@ -16,20 +17,37 @@ namespace {
 struct OptionWords {
   const char* name;
   std::size_t words;
+  bool often = false;  // may stand more than once
 };
 constexpr OptionWords known_options[] = {
-    {"--overwrite", 0}, {"--title", 1},   {"--start", 1},     {"--time-units", 1},
-    {"--grid", 1},      {"--origin", 2},  {"--bearing", 1},   {"--i", 1},
-    {"--j", 1},         {"--k", 1},       {"--celltypes", 1}, {"--times", 1},
-    {"--planes", 1},    {"--dataset", 4}, {"--vector", 5},    {"--property", 2},
+    {"--overwrite", 0},
+    {"--title", 1},
+    {"--start", 1},
+    {"--time-units", 1},
+    {"--grid", 1},
+    {"--origin", 2},
+    {"--bearing", 1},
+    {"--i", 1},
+    {"--j", 1},
+    {"--k", 1},
+    {"--celltypes", 1},
+    {"--times", 1, true},
+    {"--planes", 1, true},
+    {"--dataset", 4, true},
+    {"--vector", 5, true},
+    {"--property", 2, true},
 };
+// Names at the root that the file uses itself.
+constexpr const char* own_names[] = {"time", "cells", "mesh_node", "values", "growing_values"};
 constexpr const char* locations[] = {"centre", "i-face", "j-face", "faces", "node"};
 
 // What is read so far, and where faults are told.
 struct Making {
   MakePlan& plan;
   MessageState messages;
+  std::FILE* out = nullptr;
   std::FILE* err = nullptr;
+  std::set<std::string> paths = {};  // that are taken
   std::vector<double> times = {0.0};
   std::int64_t planes = 1;
   bool failed = false;
@@ -57,7 +75,15 @@ bool split_options(const std::vector<std::string>& words, Making& making,
       return false;
     }
     if (words.size() - k - 1 < found->words) {
-      fail(making, words[k] + ": expected " + std::to_string(found->words) + " words behind it");
+      fail(making, words[k] + ": expected " + std::to_string(found->words) +
+                       (found->words == 1 ? " word" : " words") + " behind it");
+      return false;
+    }
+    const bool again = std::any_of(options.begin(), options.end(), [&](const MakeOption& option) {
+      return option.name == words[k];
+    });
+    if (again && !found->often) {
+      fail(making, words[k] + ": given twice");
       return false;
     }
     MakeOption option{words[k], {}};
@@ -79,9 +105,37 @@ double number_of(Making& making, const MakeOption& option, const std::string& wo
 
 std::vector<double> numbers_of(Making& making, const NumberSource& source) {
   std::string fault;
+  if (source.word[0] != '=' && file_exists(found_path(source.word))) {
+    std::fprintf(making.out, "Reading %s\n", source.word.c_str());
+    std::fflush(making.out);
+  }
   std::vector<double> numbers = read_numbers(making.messages, source, fault);
   if (!fault.empty()) fail(making, fault);
   return numbers;
+}
+
+// A path without needless slashes; empty if it cannot be one, which is told.
+std::string path_of(Making& making, const MakeOption& option, const std::string& given) {
+  std::string path;
+  std::size_t parts = 0;
+  for (std::size_t start = 0; start < given.size();) {
+    const std::size_t end = std::min(given.find('/', start), given.size());
+    const std::string part = given.substr(start, end - start);
+    start = end + 1;
+    if (part.empty() || part == ".") continue;
+    path += (parts++ > 0 ? "/" : "") + part;
+  }
+  const bool own = parts == 1 && (path.rfind("values_", 0) == 0 ||
+                                  std::find(std::begin(own_names), std::end(own_names), path) !=
+                                      std::end(own_names));
+  if (own) fail(making, option.name + ": the file itself uses the name \"" + path + "\"");
+  if (parts == 0) fail(making, option.name + ": expected a path, found \"" + given + "\"");
+  return own ? "" : path;
+}
+
+void take_path(Making& making, const MakeOption& option, const std::string& path) {
+  if (making.failed || making.paths.insert(path).second) return;
+  fail(making, option.name + ": the path \"" + path + "\" is taken already");
 }
 
 void require_growing(Making& making, const MakeOption& option, const std::vector<double>& numbers) {
@@ -101,16 +155,19 @@ void take_start(Making& making, const MakeOption& option) {
   const std::string& word = option.words[0];
   const int items = std::sscanf(word.c_str(), "%5d-%2d-%2d %2d:%2d:%2d%c", &d[0], &d[1], &d[2],
                                 &d[3], &d[4], &d[5], &rest);
-  if (items != 6 ||
+  if (items != 6 || d[0] < 1 || d[0] > 9999 || d[5] > 59 ||
       hfcalendartojulian_f(1, d[0], d[1], d[2], d[3], d[4], d[5], making.plan.start_day) < 0) {
     fail(making, "--start: expected a date \"YYYY-MM-DD hh:mm:ss\", found \"" + word + "\"");
+    return;
   }
-  making.plan.start = word;
+  making.plan.start = zero_filled(d[0], 4) + "-" + zero_filled(d[1], 2) + "-" +
+                      zero_filled(d[2], 2) + " " + zero_filled(d[3], 2) + ":" +
+                      zero_filled(d[4], 2) + ":" + zero_filled(d[5], 2);
 }
 
 void take_axis(Making& making, const MakeOption& option, std::vector<double>& axis) {
   if (!is_steps(option.words[0], 1, axis)) {
-    axis = numbers_of(making, {option.words[0], option.name, 0, ""});
+    axis = numbers_of(making, {option.words[0], option.name, 0, "", true});
   }
   require_growing(making, option, axis);
 }
@@ -131,7 +188,10 @@ void take_head(Making& making, const MakeOption& option) {
       fail(making, "--time-units: expected Seconds or Hours, found \"" + plan.time_units + "\"");
     }
   } else if (name == "--grid") {
-    plan.grid_path = option.words[0];
+    plan.grid_path = path_of(making, option, option.words[0]);
+    for (const char* part : {"", "/coords_i", "/coords_j", "/coords_k", "/PROPERTIES/CellTypes"}) {
+      take_path(making, option, plan.grid_path + part);
+    }
   } else if (name == "--origin") {
     plan.grid.origin = {number_of(making, option, option.words[0]),
                         number_of(making, option, option.words[1]), 0.0};
@@ -150,10 +210,9 @@ void check_head(Making& making, const std::vector<MakeOption>& options) {
   MakePlan& plan = making.plan;
   const bool axes = !plan.grid.i.empty() && !plan.grid.j.empty();
   if (!plan.grid_path.empty() && !axes) fail(making, "--grid: expected --i and --j with it");
-  constexpr std::int64_t most_cells = 1 << 29;
   if (axes && static_cast<std::int64_t>(plan.grid.i.size()) >
-                  most_cells / static_cast<std::int64_t>(plan.grid.j.size())) {
-    fail(making, "--i, --j: a grid of more than " + std::to_string(most_cells) + " cells");
+                  most_numbers / static_cast<std::int64_t>(plan.grid.j.size())) {
+    fail(making, "--i, --j: a grid of more than " + std::to_string(most_numbers) + " cells");
   }
   if (plan.grid.k.empty()) plan.grid.k = {1.0};
   for (const MakeOption& option : options) {
@@ -168,7 +227,8 @@ void check_head(Making& making, const std::vector<MakeOption>& options) {
 // ---- what stands in it ----
 
 void take_cell_types(Making& making, const MakeOption& option) {
-  const NumberSource source{option.words[0], option.name, making.cells(), "cells of the grid"};
+  const NumberSource source{option.words[0], option.name, making.cells(), "cells of the grid",
+                            false};
   making.plan.cell_types.clear();
   for (const double number : numbers_of(making, source)) {
     if (number != std::floor(number) || std::abs(number) > 1.0e9) {
@@ -182,7 +242,7 @@ void take_cell_types(Making& making, const MakeOption& option) {
 // How many numbers all steps have; on nodes only a grid in planes tells it.
 NumberSource source_of(const Making& making, const MakeOption& option, const std::string& location,
                        const std::string& word) {
-  NumberSource source{word, option.name + " " + option.words[0], 0, ""};
+  NumberSource source{word, option.name + " " + option.words[0], 0, "", false};
   const bool grid = !making.plan.grid_path.empty();
   if (!grid || (location == "node" && making.planes == 1 && word[0] != '=')) return source;
   const std::int64_t steps = static_cast<std::int64_t>(making.times.size());
@@ -202,11 +262,13 @@ void take_component(Making& making, const MakeOption& option, const std::string&
   }
   const NumberSource source = source_of(making, option, dataset.location, word);
   const std::int64_t steps = static_cast<std::int64_t>(making.times.size());
-  constexpr std::int64_t most_repeated = 1 << 30;
-  if (word[0] == '=' && (source.expected == 0 || source.expected > most_repeated)) {
-    fail(making, source.option +
-                     ": =V needs a grid that says how many, and not too many, values "
-                     "there are");
+  if (word[0] == '=' && source.expected == 0) {
+    fail(making, source.option + ": =V needs a grid that says how many values there are");
+    return;
+  }
+  if (source.expected > most_numbers) {
+    fail(making, source.option + ": " + source.expected_words + " are more than " +
+                     std::to_string(most_numbers) + " numbers");
     return;
   }
   const std::vector<double> numbers = numbers_of(making, source);
@@ -237,8 +299,18 @@ void take_component(Making& making, const MakeOption& option, const std::string&
 }
 
 void take_dataset(Making& making, const MakeOption& option) {
-  MakeDataset dataset{option.words[0], option.words[1], option.words[2], making.times, {}, 0};
+  MakeDataset dataset{path_of(making, option, option.words[0]),
+                      option.words[1],
+                      option.words[2],
+                      making.times,
+                      {},
+                      0};
   const bool vector = option.name == "--vector";
+  take_path(making, option, dataset.path);
+  if (vector) {
+    for (const char* ending : {"_x", "_y"}) take_path(making, option, dataset.path + ending);
+  }
+  if (making.failed) return;
   const bool known = std::find(std::begin(locations), std::end(locations), dataset.location) !=
                      std::end(locations);
   if (!known || (!vector && dataset.location == "faces")) {
@@ -259,11 +331,12 @@ void take_contents(Making& making, const MakeOption& option) {
     take_cell_types(making, option);
   } else if (name == "--times") {
     if (!is_steps(option.words[0], 0, making.times)) {
-      making.times = numbers_of(making, {option.words[0], name, 0, ""});
+      making.times = numbers_of(making, {option.words[0], name, 0, "", true});
     }
     require_growing(making, option, making.times);
   } else if (name == "--planes") {
     const double planes = number_of(making, option, option.words[0]);
+    if (making.failed) return;
     constexpr double most_planes = 10000.0;
     if (planes != std::floor(planes) || planes < 1.0 || planes > most_planes) {
       fail(making, "--planes: expected 1 to 10000, found \"" + option.words[0] + "\"");
@@ -271,8 +344,11 @@ void take_contents(Making& making, const MakeOption& option) {
     }
     making.planes = static_cast<std::int64_t>(planes);
   } else if (name == "--property") {
+    const std::string path = path_of(making, option, option.words[0]);
+    take_path(making, option, path);
+    if (making.failed) return;
     making.plan.properties.push_back(
-        {option.words[0], numbers_of(making, {option.words[1], name, 0, ""})});
+        {path, numbers_of(making, {option.words[1], name + " " + path, 0, "", false})});
   } else if (name == "--dataset" || name == "--vector") {
     take_dataset(making, option);
   }
@@ -280,9 +356,10 @@ void take_contents(Making& making, const MakeOption& option) {
 
 }  // namespace
 
-bool read_make_plan(const std::vector<std::string>& words, std::FILE* err, MakePlan& plan) {
-  Making making{plan, tool_messages(err), err};
-  if (words.empty() || words[0].rfind("--", 0) == 0) {
+bool read_make_plan(const std::vector<std::string>& words, std::FILE* out, std::FILE* err,
+                    MakePlan& plan) {
+  Making making{plan, tool_messages(err), out, err};
+  if (words.empty() || words[0].empty() || words[0].rfind("--", 0) == 0) {
     fail(making, "make: expected the name of the file to make");
     return false;
   }

@@ -43,15 +43,18 @@ struct MakePlan {
 };
 
 // False for a fault in the command line, which `err` tells. A fault in a text file ends the
-// program.
-bool read_make_plan(const std::vector<std::string>& words, std::FILE* err, MakePlan& plan);
+// program. `out` tells which text is being read.
+bool read_make_plan(const std::vector<std::string>& words, std::FILE* out, std::FILE* err,
+                    MakePlan& plan);
 
 // Numbers of a text file, or one of the forms of numbers on the command line.
 struct NumberSource {
   std::string word, option;    // as given, and for messages
   std::int64_t expected = 0;   // how many; 0: any
   std::string expected_words;  // "2 times of 8 cells"
+  bool or_steps = false;       // the option also takes N:STEP
 };
+constexpr std::int64_t most_numbers = 1 << 28;  // of one text or option
 // Empty for a fault in the word, which `fault` then tells.
 std::vector<double> read_numbers(const MessageState& messages, const NumberSource& source,
                                  std::string& fault);

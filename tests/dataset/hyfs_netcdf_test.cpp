@@ -84,7 +84,7 @@ variables:
   float pair(time, node, two);
   float gaps(time, node);
   float depth(node); int64 nodes(node);
-  int still(still); still:units = "hours since 1999-12-31T12:00:00Z";
+  int still(still); still:units = "hours since 1999-12-31T15:30:00 +0330";
   float fixed(still, node);
   double face_value(time, node); face_value:location = "face";
 data:

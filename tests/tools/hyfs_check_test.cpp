@@ -39,7 +39,9 @@ struct Fault {
 // Cards behind the others count.
 TEST(HyfsCheck, WhatTheControlFileAsksForInVainIsFound) {
   const test::TemporaryFolder folder;
-  ASSERT_EQ(tool(test::small_grid(folder)).status, 0);
+  std::vector<std::string> words = test::small_grid(folder);
+  words.insert(words.end(), {"--property", "zero", folder.write("zero.txt", "6*0")});
+  ASSERT_EQ(tool(words).status, 0);
   const Fault faults[] = {
       {":hyfs_wse_path level\n",
        {"hyfs_wse_path \"level\": does not exist; the file has \"Grid/Datasets/Depth\", \"flow\", "
@@ -61,9 +63,16 @@ TEST(HyfsCheck, WhatTheControlFileAsksForInVainIsFound) {
       {":waves\n:wave_format hyfs\n:wave_file_hyfs grid.h5\n",
        {"property \"NX\": does not exist", "property \"Del\": does not exist",
         "hyfs_h_path \"Datasets/Wave Height\": does not exist"}},
-      {":velocity_method 2d (two-point)\n:bottom_flow_format hyfs\n:bottom_flow_file grid.h5\n"
+      {":flow_files none.h5 grid.h5\n", {"the file none.h5 beside it: no such file"}},
+      {":bottom_flow_format hyfs\n:bottom_flow_file grid.h5\n",
+       {"bottom flow does not go with velocity_method 2d (log)"}},
+      {":sediments_format hyfs property\n:sediment_file grid.h5\n:hyfs_d35_path zero\n",
+       {"property \"zero\": 6 of 6 cells have a size of 0"}},
+      {":n2d_step 0\n:velocity_method 2d (two-point)\n:bottom_flow_format hyfs\n:bottom_flow_file "
+       "grid.h5\n"
        ":hyfs_bot_path flow\n",
-       {"hyfs_bot_path \"flow\": expected 12 values a step (mesh nodes), found 6"}},
+       {"hyfs_bot_path \"flow\": expected 12 values a step (mesh nodes), found 6",
+        "expected a time scale above 0 on the card n2d_step"}},
   };
   for (const Fault& fault : faults) {
     const ToolRun run = check_grid(folder, fault.cards);
@@ -94,6 +103,80 @@ TEST(HyfsCheck, GridWithoutItsPartsIsTold) {
   expect_parts(run.out, {"grid \"Grid\": expected 2 by 2 or more, found 3 by 1",
                          "expected values at cell centres, found I-faces",
                          "hyfs_wse_path \"wse\": does not exist"});
+}
+
+// What a run needs of a grid and of values beyond their being there.
+TEST(HyfsCheck, GridsAndValuesThatARunStopsAtAreTold) {
+  const test::TemporaryFolder folder;
+  const std::string back = folder.write("back.txt", "-1 1");
+  ASSERT_EQ(tool({"make", folder.path("grid.h5"), "--grid", "Grid", "--celltypes", "=2", "--i",
+                  back, "--j", "2:1", "--dataset", "Grid/Datasets/Depth", "m", "centre", "=5"})
+                .status,
+            0);
+  expect_parts(check_grid(folder).out, {"coords_i: expected numbers that grow from 0 on, found -1",
+                                        "property \"CellTypes\": no cell is active"});
+  folder.write("mesh.14", "mesh\n1 3\n");
+  {
+    test::DatasetFile file(folder.path("bed.h5"));
+    file.info.values = 3;
+    file.scalar("D", {0}, {{0.2f, 0.0f, 0.2f}});
+    file.scalar("dry", {0}, {{0.2f, 0.2f, -99999.0f}});
+  }
+  folder.write("run.pcf",
+               ":mesh_file mesh.14\n:sediments_format hyfs dataset\n:sediment_file bed.h5\n"
+               ":hyfs_d35_path D\n:hyfs_d50_path dry\n:hyfs_d90_path D\n:end_data\n");
+  const ToolRun bed = tool({"check", folder.path("bed.h5"), folder.path("run.pcf")});
+  EXPECT_EQ(bed.status, 1);
+  expect_parts(bed.out, {"\"D\": expected a grain size at node 2, found 0",
+                         "\"dry\": expected a grain size at node 3, found -99999"});
+}
+
+// Waves begin at start_waves, whatever time their first step has, and their first interval counts
+// for all.
+TEST(HyfsCheck, WavesHaveToFitTheRun) {
+  const test::TemporaryFolder folder;
+  folder.write("mesh.14", "mesh\n1 3\n");
+  const std::string times = folder.write("times.txt", "50 350 1250");
+  std::vector<std::string> words = {"make", folder.path("w.h5"), "--times", times};
+  for (const char* name : {"H", "T", "Q"}) {
+    words.insert(words.end(), {"--dataset", name, "", "node", folder.write("w.txt", "18*1")});
+  }
+  for (const auto& [name, value] : {std::pair<const char*, const char*>{"NX", "=3"},
+                                    {"NY", "=2"},
+                                    {"Angle", "=0"},
+                                    {"X_org", "=0"},
+                                    {"Y_org", "=0"},
+                                    {"Del", "=100"}}) {
+    words.insert(words.end(), {"--property", name, value});
+  }
+  ASSERT_EQ(tool(words).status, 0);
+  const auto check = [&](const std::string& cards) {
+    folder.write("run.pcf",
+                 ":mesh_file mesh.14\n:waves\n:wave_format hyfs\n:wave_file_hyfs w.h5\n"
+                 ":hyfs_h_path H\n:hyfs_t_path T\n:hyfs_q_path Q\n:start_waves 2000 1 1 0 0 0\n"
+                 ":start_run 2000 1 1 0 0 0\n:stop_run 2000 1 1 0 10 0\n" +
+                     cards + ":end_data\n");
+    return tool({"check", folder.path("w.h5"), folder.path("run.pcf")});
+  };
+  const ToolRun good = check("");
+  EXPECT_EQ(good.status, 0) << good.out << good.err;
+  expect_parts(good.out, {"note: hyfs_h_path \"H\": step 3 does not follow at the interval"});
+  EXPECT_EQ(check(":stop_run 2000 1 1 0 20 0\n:exceed_waves\n").status, 0);
+  const std::pair<std::string, std::string> faults[] = {
+      {":stop_run 2000 1 1 0 10 1\n", "ends at 2000/01/01 00:10:00, the run stops at"},
+      {":start_waves 2000 1 1 0 5 1\n:exceed_waves\n", "begins at 2000/01/01 00:05:01"},
+      {":nested\n:wave_file_2_hyfs none.h5\n", "the file none.h5 beside it: no such file"},
+      {":wave_format swan\n", "wave_format swan is none of dataset files"},
+  };
+  for (const auto& [cards, message] : faults) {
+    const ToolRun bad = check(cards);
+    EXPECT_EQ(bad.status, 1) << cards;
+    expect_parts(bad.out, {message});
+  }
+  words.back() = "=0";
+  words.push_back("--overwrite");
+  ASSERT_EQ(tool(words).status, 0);
+  expect_parts(check("").out, {"property \"Del\": expected a size above 0, found 0"});
 }
 
 // The flow of a text mesh; its head tells the number of nodes.
@@ -212,8 +295,11 @@ TEST(HyfsManual, TheExampleWritesAGridAndFlowThatPassTheCheck) {
   std::filesystem::rename(folder.path("flow.h5"), folder.path("grid.h5"));
   const ToolRun info = tool({"info", folder.path("grid.h5")});
   EXPECT_EQ(info.status, 0) << info.out << info.err;
-  expect_parts(info.out, {"cells: 40 x 20 x 1", "vector of 2 components, 800 values",
-                          "times: 2 times, 0 to 600, step 600 Seconds, from 2020-03-01 00:00:00"});
+  expect_parts(info.out,
+               {"cells: 40 x 20 x 1", "vector of 2 components, 800 values",
+                "  Grid/Datasets/Depth\n    scalar, 800 values\n    times: none (one step "
+                "at time 0)\n    at: cell centres\n",
+                "times: 2 times, 0 to 600, step 600 Seconds, from 2020-03-01 00:00:00"});
   const ToolRun check =
       check_grid(folder, ":hyfs_wse_path Datasets/wse\n:hyfs_vel_path Datasets/flow\n");
   EXPECT_EQ(check.status, 0) << check.out << check.err;

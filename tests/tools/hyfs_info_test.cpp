@@ -1,7 +1,7 @@
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "dataset/hyfs.h"
 #include "flow/dataset_files.h"
@@ -25,9 +25,11 @@ TEST(HyfsInfo, ShowsGridDatasetsTimesAndProperties) {
       {": HYFS 1.0, data\n", "Groups\n  Grid/Datasets\n", "Grids\n  Grid\n    cells: 3 x 2 x 1\n",
        "    origin: 500000 4100000 0\n    bearing: 20 degrees\n    along I: 50 to 150\n"
        "    along J: 40 to 80\n",
-       "  Grid/Datasets/Depth\n    scalar, 6 values\n    times: 1 time, 0 Seconds, from 2020-03-01 "
+       "  Grid/Datasets/Depth\n    scalar, 6 values along cells\n    times: 1 time, 0 Seconds, "
+       "from 2020-03-01 "
        "00:00:00\n    units: m\n    at: cell centres\n",
-       "  flow\n    vector of 2 components, 6 values\n    times: 2 times, 0 to 600, step 600 "
+       "  flow\n    vector of 2 components, 6 values along cells\n    times: 2 times, 0 to 600, "
+       "step 600 "
        "Seconds, "
        "from 2020-03-01 00:00:00\n    units: m/s\n    at: I-faces (x), J-faces (y)\n",
        "  Grid/PROPERTIES/CellTypes: 6 numbers\n", "  Grid/coords_j: 2 numbers = 40 80\n"});
@@ -48,12 +50,12 @@ TEST(HyfsInfo, ShowsANetcdfFileOfAnotherProgram) {
   if (!test::make_netcdf(folder, "other.nc", cdl)) GTEST_SKIP() << "no ncgen";
   const ToolRun run = tool({"info", folder.path("other.nc")});
   EXPECT_EQ(run.status, 0) << run.err;
-  expect_parts(
-      run.out,
-      {"other.nc: NetCDF-4\n",
-       "  zeta\n    scalar, 3 values\n    times: 3 times, 0 to 3, uneven steps Hours, from "
-       "2000-01-01 06:00:00\n    units: m\n    at: nodes\n",
-       "  depth: 3 numbers = 1 2 3\n", "  more/count: 1 number = 7\n", "Not read\n  name\n"});
+  expect_parts(run.out, {"other.nc: NetCDF-4\n",
+                         "  zeta\n    scalar, 3 values along node\n    times: 3 times, 0 to 3, "
+                         "uneven steps Hours, from "
+                         "2000-01-01 06:00:00\n    units: m\n    at: nodes\n",
+                         "  depth: 3 numbers = 1 2 3\n", "  more/count: 1 number = 7\n",
+                         "Not read\n  name\n"});
 }
 
 TEST(HyfsInfo, FilesThatCannotBeReadGiveAMessageAndStatusOne) {
@@ -71,7 +73,7 @@ TEST(HyfsInfo, FilesThatCannotBeReadGiveAMessageAndStatusOne) {
       {folder.path(""), ": a folder"},
       {folder.path("text.h5"), "text.h5: not an HDF5 file"},
       {folder.path("empty.h5"), "empty.h5: not an HDF5 file"},
-      {folder.path("cut.h5"), "cut.h5: cannot be read: damaged?"},
+      {folder.path("cut.h5"), "cut.h5: cannot be read: cut short or damaged?"},
   };
   for (const Bad& bad : files) {
     for (const char* word : {"info", "check"}) {
@@ -84,23 +86,17 @@ TEST(HyfsInfo, FilesThatCannotBeReadGiveAMessageAndStatusOne) {
   }
 }
 
-// The status of `info` in a process of its own: -1 for a crash or an answer that does not come.
-int status_in_child(const std::string& path) {
-  constexpr int mark = 10;  // tells our answer from the end by a sanitizer
-  const pid_t child = fork();
-  if (child == 0) {
-    alarm(20);
-    const ToolRun run = tool({"info", path});
-    const bool told = (run.status == 1) == !run.err.empty();
-    _exit(told ? mark + run.status : 0);
-  }
-  int status = -1;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) && WEXITSTATUS(status) >= mark ? WEXITSTATUS(status) - mark : -1;
+// The status of the program itself; it has to tell a fault.
+int status_of_info(const test::TemporaryFolder& folder, const std::string& path) {
+  const std::string command = "timeout 20 '" + std::string(DFL_BINARY_DIR) + "/dfl-hyfs' info '" +
+                              path + "' >/dev/null 2>'" + folder.path("err") + "'";
+  const int status = std::system(command.c_str());
+  const bool told = !test::read_text(folder.path("err")).empty();
+  return WIFEXITED(status) && told == (WEXITSTATUS(status) == 1) ? WEXITSTATUS(status) : -1;
 }
 
 // Bytes overwritten anywhere: an answer, whatever it is.
-TEST(HyfsInfo, OverwrittenBytesNeverCrash) {
+TEST(HyfsInfo, OverwrittenBytesGetAnAnswer) {
   const test::TemporaryFolder folder;
   ASSERT_EQ(tool(test::small_grid(folder)).status, 0);
   const std::string whole = test::read_text(folder.path("grid.h5"));
@@ -110,11 +106,17 @@ TEST(HyfsInfo, OverwrittenBytesNeverCrash) {
     const std::size_t place = (whole.size() - width) / rounds * k;
     std::string bytes = whole;
     std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(place), width, '\xff');
-    const int status = status_in_child(folder.write("damaged.h5", bytes));
+    const int status = status_of_info(folder, folder.write("damaged.h5", bytes));
     EXPECT_TRUE(status == 0 || status == 1) << "at byte " << place;
     if (status == 1) ++faults;
   }
   EXPECT_GT(faults, 0);
+  // The size of a list of references, which the HDF5 library believes, at the risk of its life.
+  std::string bytes = whole;
+  const std::size_t list = bytes.find("GCOL");
+  ASSERT_NE(list, std::string::npos);
+  bytes[list + 16 + 10] = '\x7f';
+  EXPECT_EQ(status_of_info(folder, folder.write("damaged.h5", bytes)), 1);
 }
 
 TEST(HyfsTool, WordsThatAreNotUnderstoodShowTheUsage) {

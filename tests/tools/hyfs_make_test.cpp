@@ -98,15 +98,27 @@ TEST(HyfsMake, FaultsOfTheCommandLineAreToldAndLeaveNoFile) {
   const BadLine lines[] = {
       {{}, "nothing to write"},
       {{"--gird", "G"}, "unknown option \"--gird\""},
-      {{"--grid"}, "--grid: expected 1 words behind it"},
+      {{"--grid"}, "--grid: expected 1 word behind it"},
       {{"--grid", "G", "--i", "2:1"}, "--grid: expected --i and --j"},
       {{"--i", "2:1"}, "--i: expected --grid with it"},
-      {{"--grid", "G", "--i", "0:1", "--j", "2:1"}, "--i: no file \"0:1\""},
+      {{"--grid", "G", "--i", "0:1", "--j", "2:1"},
+       "--i: neither a text file nor N:STEP, a count and a width above 0: \"0:1\""},
       {{"--grid", "G", "--i", back, "--j", "2:1"},
        "--i: expected numbers that grow, found 2 behind"},
       {with_grid({"--bearing", "north"}), "--bearing: expected a number, found \"north\""},
       {with_grid({"--start", "2020-13-01 00:00:00"}), "--start: expected a date"},
       {with_grid({"--time-units", "days"}), "--time-units: expected Seconds or Hours"},
+      {with_grid({"--start", "2020-01-01 00:00:60"}), "--start: expected a date"},
+      {with_grid({"--grid", "H"}), "--grid: given twice"},
+      {with_grid({"--dataset", "G//coords_i", "m", "centre", five}),
+       "--dataset: the path \"G/coords_i\" is taken already"},
+      {{"--vector", "v", "", "node", five, five, "--dataset", "v_y", "", "node", five},
+       "the path \"v_y\" is taken already"},
+      {{"--dataset", "/time", "s", "node", five}, "the file itself uses the name \"time\""},
+      {{"--property", "/", "=1"}, "--property: expected a path, found \"/\""},
+      {with_grid(
+           {"--times", "10000:1", "--planes", "10000", "--dataset", "d", "m", "centre", "=1"}),
+       "10000 steps of 40000 values are more than 268435456 numbers"},
       {with_grid({"--celltypes", "=1.5"}), "--celltypes: expected whole numbers, found 1.5"},
       {with_grid({"--planes", "0"}), "--planes: expected 1 to 10000"},
       {with_grid({"--dataset", "d", "m", "middle", five}), "expected a location of centre"},
@@ -137,7 +149,7 @@ TEST(HyfsMakeDeathTest, FaultsOfTextsAreToldWithFileAndLine) {
   const BadText texts[] = {
       {"1 2\n3", "numbers.txt:2: expected 4 numbers .1 step of 4 values., found 3"},
       {"1 2\n3 4\n5", "numbers.txt:3: expected 4 numbers .1 step of 4 values., found more"},
-      {"1 2\nx 4\n", "numbers.txt:2: expected a real number, found \"x\""},
+      {"1 2\nx 4\n", "ERROR: [^:]*numbers.txt:2: expected a real number, found \"x\""},
       {"1 2\n3 /\n", "numbers.txt:2: expected a real number, found an empty place"},
       {"1,,3 4\n", "numbers.txt:1: expected a real number, found an empty place"},
       {"", "expected 4 numbers .1 step of 4 values., found 0"},
@@ -164,9 +176,12 @@ TEST(HyfsMake, AFileThatIsThereStaysUnlessItMayBeReplaced) {
   words.push_back("--overwrite");
   EXPECT_EQ(tool(words).status, 0);
   EXPECT_EQ(tool({"info", path}).status, 0);
+  const ToolRun folder_named =
+      tool({"make", folder.path(""), "--overwrite", "--property", "N", "=1"});
+  expect_parts(folder_named.err, {": a folder"});
   const ToolRun nowhere = tool({"make", folder.path("no/such.h5"), "--property", "N", "=1"});
   EXPECT_EQ(nowhere.status, 1);
-  expect_parts(nowhere.err, {"cannot be written"});
+  expect_parts(nowhere.err, {"cannot be written: no folder"});
 }
 
 }  // namespace
