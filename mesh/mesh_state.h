@@ -36,7 +36,7 @@ struct ElementBoundaries {
 // (mesh/find_element.h).
 struct ElementGrid {
   static constexpr int slots = 8;  // elements of a cell
-  static constexpr int edges = 8;  // of these elements, as far as they cross the cell
+  static constexpr int edges = 8;  // lines of their edges, as far as they cross the cell
   // The elements that meet a cell, in SORTxmin order, and the lines of their edges, rounded: enough
   // to tell the element of a point but for points close to an edge. Two cache lines; a search
   // seldom needs more. See mesh/element_grid.h.
