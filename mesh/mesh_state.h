@@ -97,9 +97,9 @@ struct MeshState {
   Array<Logical> LANDelem, OPENelem;  // the element touches such a boundary
   Array<ElementBoundaries> LANDrefs, OPENrefs;
 
-  // Telescoping grids only: the cell each element came from, 0 for none, and the nodes in the
-  // middle of the north, east, south and west side of each cell (columns 1 to 4), 0 for none.
-  Array<int> ELcell;
+  Array<int> ELcell;  // gridded models only: the cell each element came from
+  // Telescoping grids only: the nodes in the middle of the north, east, south and west side of each
+  // cell (columns 1 to 4), 0 for none.
   Array2<int> CELLcorners;
 
   bool NEIGHnew = false;                // the neighbour file is being rewritten in this run
