@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 
-#include "common/test_run.h"
 #include "mesh/element_grid.h"
 #include "mesh/geometry.h"
 #include "mesh/grid_files.h"
@@ -85,15 +84,11 @@ TEST(FindElement, GridGivesTheElementOfTheWalk) {
 TEST(FindElement, EdgesOfTelescopingGridsShareTheirLines) {
   for (double bearing : {0.0, 12.0}) {
     const test::QuadtreeGrid grid(10, 8, 16.0, test::random_levels(5, 32.0, 3));
-    const test::TemporaryFolder folder;
-    folder.write("rvcards", test::telescoping_cards());
-    folder.write("grid.tel", grid.text(5.0e5, 6.2e6, bearing, test::random_islands(5, 0.05)));
-    RunState run;
-    test::quiet(run, folder.path("run"));
-    test::use_grid(run, folder.path(""));
-    READ_GRID_MESH(run);
-    compare_with_walk(run, "bearing " + std::to_string(bearing));
-    EXPECT_TRUE(run.mesh.grid.candidates.empty()) << bearing;
+    test::GridRun it(test::telescoping_cards());
+    it.folder.write("grid.tel", grid.text(5.0e5, 6.2e6, bearing, test::random_islands(5, 0.05)));
+    READ_GRID_MESH(it.run);
+    compare_with_walk(it.run, "bearing " + std::to_string(bearing));
+    EXPECT_TRUE(it.run.mesh.grid.candidates.empty()) << bearing;
   }
 }
 
