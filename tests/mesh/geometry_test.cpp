@@ -156,7 +156,7 @@ TEST(Geometry, EqualKeysStandAsTheShellSortLeavesThem) {
 // Columns in a power of two keep the gaps from mixing them: entries then sink far at small gaps,
 // and the sort takes its other way.
 TEST(Geometry, LatticeInPowersOfTwoIsSortedAlike) {
-  constexpr int count = 1 << 13, columns = 64;
+  constexpr int count = 1 << 14, columns = 64;
   std::vector<double> values;
   Array<double> keys;
   Array<int> index;
