@@ -5,8 +5,9 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <deque>
 #include <limits>
+#include <new>
+#include <span>
 #include <utility>
 
 #include "mesh/find_element.h"
@@ -41,13 +42,20 @@ struct CellRange {
 // A cell that still has to be settled: as a list or as a lattice.
 struct Task {
   int cell = -1;  // in grid.cells; -1 for the whole mesh
-  int depth = 0;
   Box box{};
-  Box reach{};  // holds every point that is looked up here
+  Box reach{};                       // holds every point that is looked up here
+  std::size_t first = 0, count = 0;  // its elements in those of its level
+};
+
+// The tasks of lattices of one depth, their elements one behind the other: there can be as many
+// tasks as elements.
+struct Level {
+  int depth = 0;
+  std::vector<Task> tasks;
   std::vector<int> elements;
 };
 
-// A lattice under way.
+// A lattice under way. One draft serves for all, so that its memory does.
 struct Draft {
   Lattice lattice;
   Box reach{};
@@ -56,6 +64,12 @@ struct Draft {
   std::vector<int> wide;
   std::vector<std::int64_t> first;  // entries of each cell in `elements`
   std::vector<int> elements;
+  // Work: the elements of the cells as they come, and where the next one of a cell goes.
+  struct Entry {
+    int cell, element;
+  };
+  HugePageVector<Entry> entries;
+  std::vector<std::int64_t> next;
 };
 
 Box element_box(const MeshState& mesh, int e) {
@@ -126,11 +140,12 @@ double wanted_cells(double extent, double mean_side, double most) {
   return std::clamp(wanted, 1.0, most);
 }
 
-Draft plan_lattice(const MeshState& mesh, const Task& task) {
-  const double count = static_cast<double>(task.elements.size());
+void plan_lattice(const MeshState& mesh, const Task& task, std::span<const int> elements,
+                  Draft& draft) {
+  const double count = static_cast<double>(elements.size());
   const Box& area = task.box;
   double width_sum = 0.0, height_sum = 0.0;
-  for (int e : task.elements) {
+  for (int e : elements) {
     const Box part = common_part(element_box(mesh, e), area);
     width_sum += std::max(0.0, part.x_max - part.x_min);
     height_sum += std::max(0.0, part.y_max - part.y_min);
@@ -149,8 +164,8 @@ Draft plan_lattice(const MeshState& mesh, const Task& task) {
       columns = rows = std::max(1.0, std::floor(std::sqrt(count)));
     }
   }
-  Draft draft;
   draft.reach = task.reach;
+  draft.lattice = Lattice{};
   Lattice& lattice = draft.lattice;
   lattice.x_origin = area.x_min;
   lattice.y_origin = area.y_min;
@@ -174,13 +189,14 @@ Draft plan_lattice(const MeshState& mesh, const Task& task) {
   };
   draft.slack_x = slack(width, area.x_min, area.x_max);
   draft.slack_y = slack(height, area.y_min, area.y_max);
-  return draft;
 }
 
 // Largest number of cells that an element may fill without passing the budget of the lattice; a
 // power of 2. A few elements across the whole mesh would else fill it all.
-std::int64_t most_cells(const MeshState& mesh, const Draft& draft,
-                        const std::vector<int>& elements) {
+std::int64_t most_cells(const MeshState& mesh, const Draft& draft, std::span<const int> elements) {
+  constexpr auto unlimited = std::numeric_limits<std::int64_t>::max();
+  // A small lattice is within the budget even if every element fills it.
+  if (std::int64_t{draft.lattice.columns} * draft.lattice.rows <= lattice_entries) return unlimited;
   std::array<std::int64_t, 64> cells_by_size{};
   for (int e : elements) {
     const std::int64_t cells = cell_range(draft.lattice, element_box(mesh, e)).cells();
@@ -193,7 +209,7 @@ std::int64_t most_cells(const MeshState& mesh, const Draft& draft,
     sum += cells_by_size[size];
     if (sum > budget) return (std::int64_t{1} << (size - 1)) - 1;
   }
-  return std::numeric_limits<std::int64_t>::max();
+  return unlimited;
 }
 
 void sort_by_place(const std::vector<int>& place, int* begin, int* end) {
@@ -204,31 +220,29 @@ void sort_by_place(const std::vector<int>& place, int* begin, int* end) {
 }
 
 // Lists the elements of each cell.
-void fill_draft(const MeshState& mesh, const std::vector<int>& elements,
-                const std::vector<int>& place, Draft& draft) {
-  struct Entry {
-    int cell, element;
-  };
+void fill_draft(const MeshState& mesh, std::span<const int> elements, const std::vector<int>& place,
+                Draft& draft) {
   const std::int64_t limit = most_cells(mesh, draft, elements);
   const std::size_t cells = cell_number(draft.lattice, 0, draft.lattice.rows);
   draft.first.assign(cells + 1, 0);
-  std::vector<Entry> entries;
+  draft.wide.clear();
+  draft.entries.clear();
   for (int e : elements) {
     if (cell_range(draft.lattice, element_box(mesh, e)).cells() > limit) {
       draft.wide.push_back(e);
       continue;
     }
     for_cells(mesh, draft, e, [&](std::size_t cell) {
-      entries.push_back({static_cast<int>(cell), e});
+      draft.entries.push_back({static_cast<int>(cell), e});
       ++draft.first[cell + 1];
     });
   }
   for (std::size_t cell = 0; cell < cells; ++cell) draft.first[cell + 1] += draft.first[cell];
-  draft.elements.resize(entries.size());
-  std::vector<std::int64_t> next(draft.first.begin(), draft.first.end() - 1);
-  for (const Entry& entry : entries) {
-    draft.elements[static_cast<std::size_t>(next[static_cast<std::size_t>(entry.cell)]++)] =
-        entry.element;
+  draft.elements.resize(draft.entries.size());
+  draft.next.assign(draft.first.begin(), draft.first.end() - 1);
+  for (const Draft::Entry& entry : draft.entries) {
+    std::int64_t& next = draft.next[static_cast<std::size_t>(entry.cell)];
+    draft.elements[static_cast<std::size_t>(next++)] = entry.element;
   }
   int* list = draft.elements.data();
   for (std::size_t cell = 0; cell < cells; ++cell) {
@@ -277,69 +291,88 @@ struct CellEdges {
   std::size_t count = 0;
 };
 
-void write_line(const Line& line, std::size_t edge, Cell& cell) {
+// A line as it stands in a cell.
+struct CellLine {
+  int slope_x, slope_y, level;
+};
+
+CellLine rounded_line(const Line& line) {
   using namespace cell_lines;
   constexpr double middle = 0.5 * cell_units + beside - 0.5;  // the unit's middle stands for it
   constexpr double farthest = 2.0;  // cells; what is farther stays on its side
   const double a = std::round(line.slope_x * slope_scale);
   const double b = std::round(line.slope_y * slope_scale);
   const double level = std::clamp(line.level, -farthest, farthest) * slope_scale * cell_units;
-  cell.slope[2 * edge] = static_cast<std::int16_t>(a);
-  cell.slope[2 * edge + 1] = static_cast<std::int16_t>(b);
-  cell.level[edge] = static_cast<std::int32_t>(std::round(level - (a + b) * middle));
+  return {static_cast<int>(a), static_cast<int>(b),
+          static_cast<int>(std::round(level - (a + b) * middle))};
+}
+
+void write_line(const CellLine& line, std::size_t edge, Cell& cell) {
+  cell.slope[2 * edge] = static_cast<std::int16_t>(line.slope_x);
+  cell.slope[2 * edge + 1] = static_cast<std::int16_t>(line.slope_y);
+  cell.level[edge] = line.level;
+}
+
+// True if the line of an edge in a cell is this one: edges follow each other along the rows of a
+// grid, and those of small cells along that of a larger one.
+bool same_line(const Cell& cell, std::size_t edge, const CellLine& line) {
+  return cell.slope[2 * edge] == line.slope_x && cell.slope[2 * edge + 1] == line.slope_y &&
+         std::abs(cell.level[edge] - line.level) <= cell_lines::shared_level;
 }
 
 // Half the side of the square around the middle of a cell that its points keep within, in cells.
 constexpr double half_cell = 0.5 + 0.9 * cell_lines::beside / cell_lines::cell_units;
 
-// Writes an edge into the cell and its side into `inside`, unless all of the cell lies inside it.
-// False if there is no room or no sure line.
+// Writes the line of an edge into the cell, if it is not there yet, and its side into `inside`,
+// unless all of the cell lies inside the edge. False if there is no room or no sure line.
 bool add_edge(const MeshState& mesh, const Lattice& lattice, int column, int row, int from, int to,
               CellEdges& edges, Cell& cell, std::uint16_t& inside) {
+  const auto lies_on = [&](std::size_t side) {
+    inside = static_cast<std::uint16_t>(inside | 1u << side);
+    return true;
+  };
   for (std::size_t k = 0; k < edges.count; ++k) {
-    if (edges.from[k] == to && edges.to[k] == from) {
-      inside = static_cast<std::uint16_t>(inside | 1u << (k + 8));
-      return true;
-    }
-    if (edges.from[k] == from && edges.to[k] == to) {
-      inside = static_cast<std::uint16_t>(inside | 1u << k);
-      return true;
-    }
+    if (edges.from[k] == to && edges.to[k] == from) return lies_on(k + 8);
+    if (edges.from[k] == from && edges.to[k] == to) return lies_on(k);
   }
   Line line;
   if (!line_through(mesh, lattice, column, row, from, to, line)) return false;
   constexpr double clear = 4.0 / cell_lines::cell_units;
   const double reach = half_cell * (std::abs(line.slope_x) + std::abs(line.slope_y));
   if (line.level + reach < -clear) return true;
+  const CellLine written = rounded_line(line);
+  const CellLine turned = {-written.slope_x, -written.slope_y, -written.level};
+  for (std::size_t k = 0; k < edges.count; ++k) {
+    if (same_line(cell, k, written)) return lies_on(k);
+    if (same_line(cell, k, turned)) return lies_on(k + 8);
+  }
   if (edges.count == edges.from.size()) return false;
   edges.from[edges.count] = from;
   edges.to[edges.count] = to;
-  write_line(line, edges.count, cell);
-  inside = static_cast<std::uint16_t>(inside | 1u << edges.count);
-  ++edges.count;
-  return true;
+  write_line(written, edges.count, cell);
+  return lies_on(edges.count++);
 }
 
-// Writes the elements and their edges into the cell. False if they cannot be told apart there.
+// Writes the elements and their edges into an empty cell. False, and the cell stays empty, if they
+// cannot be told apart there.
 bool pack(const MeshState& mesh, const Lattice& lattice, int column, int row, const int* elements,
           std::size_t count, Cell& cell) {
-  Cell packed;
   CellEdges edges;
-  packed.inside.fill(0xffff);  // an empty slot: no place lies on both sides of a line
+  cell.inside.fill(0xffff);  // an empty slot: no place lies on both sides of a line
   for (std::size_t k = 0; k < count; ++k) {
     const int e = elements[k];
     const std::array<int, 3> nodes = {mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e)};
-    packed.element[k] = e;
-    packed.inside[k] = 0;
+    cell.element[k] = e;
+    cell.inside[k] = 0;
     for (std::size_t i = 0; i < 3; ++i) {
-      if (!add_edge(mesh, lattice, column, row, nodes[i], nodes[(i + 1) % 3], edges, packed,
-                    packed.inside[k])) {
+      if (!add_edge(mesh, lattice, column, row, nodes[i], nodes[(i + 1) % 3], edges, cell,
+                    cell.inside[k])) {
+        cell = Cell{};
         return false;
       }
     }
   }
-  for (std::size_t k = edges.count; k < ElementGrid::edges; ++k) packed.level[k] = 1 << 20;
-  cell = packed;
+  for (std::size_t k = edges.count; k < ElementGrid::edges; ++k) cell.level[k] = 1 << 20;
   return true;
 }
 
@@ -362,16 +395,11 @@ Box cell_box(const Draft& draft, int column, int row) {
 }
 
 // Makes a lattice of the grid out of the draft; cells with more elements than slots become tasks.
-void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, int depth,
-                  std::deque<Task>& tasks) {
+void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, Level& finer) {
   Lattice lattice = draft.lattice;
   lattice.first_cell = static_cast<int>(grid.cells.size());
   lattice.wide = add_candidates(grid, draft.wide.data(), draft.wide.size());
   grid.lattices.push_back(lattice);
-  // Room for the finer lattices behind the first, so that it seldom has to move.
-  const std::size_t cells = draft.first.size() - 1;
-  if (grid.cells.empty()) grid.cells.reserve(cells + cells / 8);
-  grid.cells.resize(grid.cells.size() + cells);
   // Products of two lengths must be ordinary numbers.
   const double cells_per_area = lattice.columns_per_unit * lattice.rows_per_unit;
   const bool may_pack = cells_per_area > 1.0e-200 && cells_per_area < 1.0e200;
@@ -382,14 +410,16 @@ void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, 
       const auto count =
           static_cast<std::size_t>(draft.first[in_lattice + 1] - draft.first[in_lattice]);
       const std::size_t cell = static_cast<std::size_t>(lattice.first_cell) + in_lattice;
+      Cell& made = grid.cells.emplace_back();
       const Box reach = cell_reach(draft, column, row);
       const bool packed = count <= ElementGrid::slots && may_pack &&
                           keeps_close(lattice, column, row, reach) &&
-                          pack(mesh, lattice, column, row, elements, count, grid.cells[cell]);
+                          pack(mesh, lattice, column, row, elements, count, made);
       if (packed) continue;
-      if (count > (may_pack ? few_elements : ElementGrid::slots) && depth < deepest) {
-        tasks.push_back({static_cast<int>(cell), depth + 1, cell_box(draft, column, row), reach,
-                         std::vector<int>(elements, elements + count)});
+      if (count > (may_pack ? few_elements : ElementGrid::slots) && finer.depth <= deepest) {
+        finer.tasks.push_back({static_cast<int>(cell), cell_box(draft, column, row), reach,
+                               finer.elements.size(), count});
+        finer.elements.insert(finer.elements.end(), elements, elements + count);
       } else {
         set_other(grid, cell, add_candidates(grid, elements, count));
       }
@@ -397,21 +427,24 @@ void settle_draft(const MeshState& mesh, ElementGrid& grid, const Draft& draft, 
   }
 }
 
-Task whole_mesh(const MeshState& mesh) {
+Level whole_mesh(const MeshState& mesh) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   Task task;
   task.box = {infinity, -infinity, infinity, -infinity};
-  task.elements.resize(static_cast<std::size_t>(mesh.NUMelem));
+  task.count = static_cast<std::size_t>(mesh.NUMelem);
+  Level level;
+  level.elements.resize(task.count);
   for (int e = 1; e <= mesh.NUMelem; ++e) {
     const Box box = element_box(mesh, e);
     task.box.x_min = std::min(task.box.x_min, box.x_min);
     task.box.x_max = std::max(task.box.x_max, box.x_max);
     task.box.y_min = std::min(task.box.y_min, box.y_min);
     task.box.y_max = std::max(task.box.y_max, box.y_max);
-    task.elements[static_cast<std::size_t>(e) - 1] = e;
+    level.elements[static_cast<std::size_t>(e) - 1] = e;
   }
   task.reach = task.box;
-  return task;
+  level.tasks.push_back(task);
+  return level;
 }
 
 // What the grid may still take. Lists that may yet be cut count as entries.
@@ -427,7 +460,7 @@ std::int64_t entries_of(const Draft& draft) {
 // True if the lattice leaves clearly fewer candidates at a point than the list it replaces, and the
 // grid keeps within its memory.
 bool worth_a_lattice(const Draft& draft, const Task& task, const Budget& budget) {
-  const auto before = static_cast<std::int64_t>(task.elements.size());
+  const auto before = static_cast<std::int64_t>(task.count);
   const auto cells = static_cast<std::int64_t>(draft.first.size()) - 1;
   const double mean = static_cast<double>(draft.wide.size()) +
                       static_cast<double>(draft.elements.size()) / static_cast<double>(cells);
@@ -436,43 +469,58 @@ bool worth_a_lattice(const Draft& draft, const Task& task, const Budget& budget)
          budget.cells + cells <= budget.most_cells;
 }
 
+// Room for all cells that there may be, so that they never move. It is address space only: memory
+// comes as they are written.
+void reserve_cells(const Budget& budget, ElementGrid& grid) {
+  try {
+    grid.cells.reserve(static_cast<std::size_t>(budget.most_cells));
+  } catch (const std::bad_alloc&) {
+    // Where memory is promised strictly they move as they grow.
+  }
+}
+
 }  // namespace
 
 void BUILD_ELEMENT_GRID(MeshState& mesh) {
   mesh.grid = ElementGrid{};
   ElementGrid& grid = mesh.grid;
   if (mesh.NUMelem < 1) return;
-  std::deque<Task> tasks;
-  tasks.push_back(whole_mesh(mesh));
-  const Box box = tasks.front().box;
+  Level level = whole_mesh(mesh), finer;
+  const Box box = level.tasks.front().box;
   grid.x_min = box.x_min, grid.x_max = box.x_max;
   grid.y_min = box.y_min, grid.y_max = box.y_max;
   std::vector<int> place(static_cast<std::size_t>(mesh.NUMelem) + 1);
   for (int i = 1; i <= mesh.NUMelem; ++i) place[static_cast<std::size_t>(mesh.SORTxmin(i))] = i;
   Budget budget = {mesh.NUMelem, grid_entries * mesh.NUMelem, 0, grid_cells * mesh.NUMelem};
+  reserve_cells(budget, grid);
+  Draft draft;
   bool any_wide = false;
   // Level by level, so that no corner of the mesh takes it all.
-  while (!tasks.empty()) {
-    const Task task = std::move(tasks.front());
-    tasks.pop_front();
-    const bool root = task.cell < 0;
-    Draft draft = plan_lattice(mesh, task);
-    const bool several = draft.lattice.columns > 1 || draft.lattice.rows > 1;
-    if (root || several) fill_draft(mesh, task.elements, place, draft);
-    const auto before = static_cast<std::int64_t>(task.elements.size());
-    if (root || (several && worth_a_lattice(draft, task, budget))) {
-      budget.entries += entries_of(draft) - before;
-      budget.cells += static_cast<std::int64_t>(draft.first.size()) - 1;
-      any_wide = any_wide || !draft.wide.empty();
-      if (!root) {
+  while (!level.tasks.empty()) {
+    finer.depth = level.depth + 1;
+    finer.tasks.clear();
+    finer.elements.clear();
+    for (const Task& task : level.tasks) {
+      const std::span<const int> elements(level.elements.data() + task.first, task.count);
+      const bool root = task.cell < 0;
+      plan_lattice(mesh, task, elements, draft);
+      const bool several = draft.lattice.columns > 1 || draft.lattice.rows > 1;
+      if (root || several) fill_draft(mesh, elements, place, draft);
+      if (root || (several && worth_a_lattice(draft, task, budget))) {
+        budget.entries += entries_of(draft) - static_cast<std::int64_t>(task.count);
+        budget.cells += static_cast<std::int64_t>(draft.first.size()) - 1;
+        any_wide = any_wide || !draft.wide.empty();
+        if (!root) {
+          set_other(grid, static_cast<std::size_t>(task.cell),
+                    {static_cast<int>(grid.lattices.size()), ElementGrid::finer_lattice});
+        }
+        settle_draft(mesh, grid, draft, finer);
+      } else {
         set_other(grid, static_cast<std::size_t>(task.cell),
-                  {static_cast<int>(grid.lattices.size()), ElementGrid::finer_lattice});
+                  add_candidates(grid, elements.data(), elements.size()));
       }
-      settle_draft(mesh, grid, draft, task.depth, tasks);
-    } else {
-      set_other(grid, static_cast<std::size_t>(task.cell),
-                add_candidates(grid, task.elements.data(), task.elements.size()));
     }
+    std::swap(level, finer);
   }
   if (any_wide) grid.place = std::move(place);
   grid.built = true;

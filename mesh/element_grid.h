@@ -53,8 +53,10 @@ constexpr int cell_units = 4096;      // side of a cell
 constexpr int beside = 64;            // units from the cell's low side that px and py count from
 constexpr int slope_scale = 1 << 14;  // the larger slope of a line
 // Half a unit by px and py each, half by each slope times up to 2112 units from the middle of the
-// cell, and half by the level: less than 18500.
+// cell, and half by the level: less than 18500. Edges on one line share it if their levels differ
+// by no more than is left.
 constexpr std::int16_t margin = 20000;
+constexpr int shared_level = 1000;
 
 // The lower end of the unit that the place lies in; the unit's middle stands for the place.
 inline int whole_units(double in_cell) {

@@ -85,12 +85,15 @@ struct SortEntry {
 };
 
 // One round of the Shell sort: each entry sinks past the larger ones of its chain, the entries at
-// multiples of the gap from it; equal keys are not exchanged. False: given up half way, since the
-// entries sink too far. Lattices with powers of two in their numbers do that.
+// multiples of the gap from it; equal keys are not exchanged. False: given up on the way, since
+// the entries sink too far. Lattices with powers of two in their numbers do that.
 bool sink_entries(std::vector<SortEntry>& entries, std::size_t gap) {
-  constexpr std::size_t most_moves = 4;  // for each entry, on average
-  std::size_t moves_left = most_moves * entries.size();
+  // For each entry so far, on average, beyond one for every entry: the rounds of most meshes stay
+  // below, and the others show it soon.
+  constexpr std::size_t most_moves = 16;
+  std::size_t moves_left = entries.size();
   for (std::size_t i = gap; i < entries.size(); ++i) {
+    moves_left += most_moves;
     const SortEntry sinking = entries[i];
     std::size_t j = i;
     while (j >= gap && !(sinking.key >= entries[j - gap].key)) {

@@ -36,7 +36,7 @@ struct ElementBoundaries {
 // (mesh/find_element.h).
 struct ElementGrid {
   static constexpr int slots = 8;  // elements of a cell
-  static constexpr int edges = 8;  // of these elements, as far as they cross the cell
+  static constexpr int edges = 8;  // lines of their edges, as far as they cross the cell
   // The elements that meet a cell, in SORTxmin order, and the lines of their edges, rounded: enough
   // to tell the element of a point but for points close to an edge. Two cache lines; a search
   // seldom needs more. See mesh/element_grid.h.
@@ -97,9 +97,9 @@ struct MeshState {
   Array<Logical> LANDelem, OPENelem;  // the element touches such a boundary
   Array<ElementBoundaries> LANDrefs, OPENrefs;
 
-  // Telescoping grids only: the cell each element came from, 0 for none, and the nodes in the
-  // middle of the north, east, south and west side of each cell (columns 1 to 4), 0 for none.
-  Array<int> ELcell;
+  Array<int> ELcell;  // gridded models only: the cell each element came from
+  // Telescoping grids only: the nodes in the middle of the north, east, south and west side of each
+  // cell (columns 1 to 4), 0 for none.
   Array2<int> CELLcorners;
 
   bool NEIGHnew = false;                // the neighbour file is being rewritten in this run

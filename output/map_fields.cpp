@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "output/fixed_columns.h"
+
 namespace dfl {
 
 const std::array<MapField, map_field_count> map_fields = {{
@@ -135,6 +137,14 @@ bool map_field_selected(const RunState& run, const MapField& field) {
   return run.settings.*field.selected;
 }
 
+std::vector<const MapField*> selected_map_fields(const RunState& run) {
+  std::vector<const MapField*> selected;
+  for (const MapField& field : map_fields) {
+    if (map_field_selected(run, field)) selected.push_back(&field);
+  }
+  return selected;
+}
+
 bool hyfs_map_selected(const RunState& run, const MapField& field) {
   return map_field_selected(run, field) && (field.id != MapFieldId::flow || run.flow.FLOW2D);
 }
@@ -194,6 +204,18 @@ std::array<double, 2> map_column_values(const RunState& run, const MapField& fie
   }
   const std::array<float, 2> vector = map_vector(run, field.id, node);
   return {static_cast<double>(vector[0]), static_cast<double>(vector[1])};
+}
+
+char* put_map_row(char* at, const RunState& run, const std::vector<const MapField*>& fields,
+                  int node) {
+  for (const MapField* field : fields) {
+    const std::array<double, 2> values = map_column_values(run, *field, node);
+    for (std::size_t k = 0; k < 2 && field->columns[k] != nullptr; ++k) {
+      at = put_columns(at, values[k], map_column_width, field->decimals);
+    }
+  }
+  *at++ = '\n';
+  return at;
 }
 
 }  // namespace dfl

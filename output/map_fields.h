@@ -49,6 +49,8 @@ extern const std::array<MapFieldId, ensim_map_count> ensim_map_order;
 
 const MapField& map_field(MapFieldId id);
 bool map_field_selected(const RunState& run, const MapField& field);
+// In the order of the Tecplot columns.
+std::vector<const MapField*> selected_map_fields(const RunState& run);
 // The flow dataset of the HYFS file exists for depth-averaged flow only.
 bool hyfs_map_selected(const RunState& run, const MapField& field);
 std::string map_units(const RunState& run, const MapField& field);
@@ -64,5 +66,8 @@ std::array<float, 2> map_vector(const RunState& run, MapFieldId id, int node);
 // The values of a field's Tecplot columns at a node; the second unused for one column. In 8 bytes,
 // since concentrations have digits that 4 bytes do not hold.
 std::array<double, 2> map_column_values(const RunState& run, const MapField& field, int node);
+// Writes these columns of the fields at a node and a line end to `at`; returns the end of the text.
+char* put_map_row(char* at, const RunState& run, const std::vector<const MapField*>& fields,
+                  int node);
 
 }  // namespace dfl

@@ -109,22 +109,12 @@ void WRITE_TECPLOT_MAPS(RunState& run) {
                    zone_date(run.clock.DATEnow) +
                    "\"\nET=TRIANGLE, N=" + std::to_string(mesh.NUMnode) +
                    ", E=" + std::to_string(mesh.NUMelem) + ", D=(1,2,FECONNECT)\n");
-  std::vector<const MapField*> selected;
-  for (const MapField& field : map_fields) {
-    if (map_field_selected(run, field)) selected.push_back(&field);
-  }
+  const std::vector<const MapField*> selected = selected_map_fields(run);
   std::vector<char> row((2 * map_field_count) * map_column_width + 1);
   for (int n = 1; n <= mesh.NUMnode; ++n) {
-    char* at = row.data();
-    for (const MapField* field : selected) {
-      const std::array<double, 2> values = map_column_values(run, *field, n);
-      for (std::size_t k = 0; k < 2 && field->columns[k] != nullptr; ++k) {
-        at = put_columns(at, values[k], map_column_width, field->decimals);
-      }
-    }
-    *at++ = '\n';
+    const char* const end = put_map_row(row.data(), run, selected, n);
     write_output(run.messages, output,
-                 std::string_view(row.data(), static_cast<std::size_t>(at - row.data())));
+                 std::string_view(row.data(), static_cast<std::size_t>(end - row.data())));
   }
   flush_output(run.messages, output);
 }

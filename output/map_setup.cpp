@@ -106,12 +106,10 @@ void create_tecplot_maps(RunState& run) {
       open_output(run.messages, run.settings.output_prefix + "_maps.plt", "w");
   run.output.tecplot_map_file = output.file;
 
-  std::vector<const MapField*> selected;
+  const std::vector<const MapField*> selected = selected_map_fields(run);
   std::string text = "VARIABLES=\"X\" \"Y\" ";
-  for (const MapField& field : map_fields) {
-    if (!map_field_selected(run, field)) continue;
-    selected.push_back(&field);
-    for (const char* column : field.columns) {
+  for (const MapField* field : selected) {
+    for (const char* column : field->columns) {
       if (column != nullptr) text += std::string("\"") + column + "\" ";
     }
   }
@@ -126,15 +124,9 @@ void create_tecplot_maps(RunState& run) {
   for (int n = 1; n <= mesh.NUMnode; ++n) {
     char* at = put_columns(row.data(), mesh.Xnode(n), map_column_width, 3);
     at = put_columns(at, mesh.Ynode(n), map_column_width, 3);
-    for (const MapField* field : selected) {
-      const std::array<double, 2> values = map_column_values(run, *field, n);
-      for (std::size_t k = 0; k < 2 && field->columns[k] != nullptr; ++k) {
-        at = put_columns(at, values[k], map_column_width, field->decimals);
-      }
-    }
-    *at++ = '\n';
+    const char* const end = put_map_row(at, run, selected, n);
     write_output(run.messages, output,
-                 std::string_view(row.data(), static_cast<std::size_t>(at - row.data())));
+                 std::string_view(row.data(), static_cast<std::size_t>(end - row.data())));
   }
   write_element_table(run, output);
   flush_output(run.messages, output);

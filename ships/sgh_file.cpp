@@ -4,7 +4,7 @@
 #include <array>
 #include <vector>
 
-#include "ships/ensim_header.h"
+#include "control/ensim_header.h"
 
 namespace dfl {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "control/ensim_header.h"
 #include "control/run_clock.h"
 #include "control/text_reader.h"
 #include "control/text_tools.h"
-#include "ships/ensim_header.h"
 
 namespace dfl {
 

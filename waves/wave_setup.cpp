@@ -4,6 +4,7 @@
 #include <cmath>
 #include <set>
 
+#include "control/ensim_header.h"
 #include "control/text_reader.h"
 #include "control/text_tools.h"
 #include "waves/swan_input.h"
@@ -57,14 +58,14 @@ constexpr std::array<const char*, 6> lagoon_keys = {":xorigin", ":yorigin", ":xc
                                                     ":ycount",  ":xdelta",  ":ydelta"};
 
 // Takes the value of a key; false if it cannot be read. Other keys have no use.
-bool take_lagoon_value(const std::string& key, TextReader& item, WaveGrid& grid) {
-  if (key == ":xorigin") return item.try_read(grid.x_origin);
-  if (key == ":yorigin") return item.try_read(grid.y_origin);
-  if (key == ":angle") return item.try_read(grid.angle);
-  if (key == ":xcount") return item.try_read(grid.NI);
-  if (key == ":ycount") return item.try_read(grid.NJ);
-  if (key == ":xdelta") return item.try_read(grid.DX(1));
-  if (key == ":ydelta") return item.try_read(grid.DY(1));
+bool take_lagoon_value(const std::string& key, const std::string& value, WaveGrid& grid) {
+  if (key == ":xorigin") return read_key_value(value, grid.x_origin);
+  if (key == ":yorigin") return read_key_value(value, grid.y_origin);
+  if (key == ":angle") return read_key_value(value, grid.angle);
+  if (key == ":xcount") return read_key_value(value, grid.NI);
+  if (key == ":ycount") return read_key_value(value, grid.NJ);
+  if (key == ":xdelta") return read_key_value(value, grid.DX(1));
+  if (key == ":ydelta") return read_key_value(value, grid.DY(1));
   return true;
 }
 
@@ -73,26 +74,15 @@ std::set<std::string> read_lagoon_header(const RunState& run, TextReader& in, Wa
   grid.DX.allocate(1);
   grid.DY.allocate(1);
   std::set<std::string> found;
-  std::string line;
-  while (in.read_line(line)) {
-    TABS_TO_BLANKS(line, static_cast<int>(line.size()));
-    const std::string text = trim(line);
-    if (text.empty() || text[0] == '#') continue;
-    int count = 0;
-    std::string key, value;
-    CARD_SPLIT(text, ' ', count, key, value);
-    key = lower_case(key);
-    if (key == ":endheader") return found;
-    MessageState unused;
-    TextReader item(unused, in.path(), value, in.line());
-    if (text[0] != ':' || !take_lagoon_value(key, item, grid)) {
-      console(run.messages, "ERROR in line: %s\n", trim_right(line).c_str());
-      in.stop("expected a header line of a wave grid, found \"" + text + "\"");
-    }
+  const TakeKey take = [&](const std::string& key, const std::string& value) {
     found.insert(key);
-  }
-  console(run.messages, "ERROR: Premature EndOfFile encountered\n");
-  in.stop("expected \":endheader\", found the end of the file");
+    return take_lagoon_value(key, value, grid);
+  };
+  const HeaderWords words = {"expected a header line of a wave grid",
+                             "expected a header line of a wave grid", "expected \":endheader\""};
+  std::string fault;
+  if (!read_ensim_header(run.messages, in, take, fault, words)) fatal_error(run.messages, fault);
+  return found;
 }
 
 void READ_LAGOON_HEADER(RunState& run) {

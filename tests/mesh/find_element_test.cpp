@@ -7,6 +7,8 @@
 
 #include "mesh/element_grid.h"
 #include "mesh/geometry.h"
+#include "mesh/grid_files.h"
+#include "mesh/grid_mesh.h"
 #include "mesh/literal_search.h"
 #include "mesh/random_mesh.h"
 
@@ -74,6 +76,19 @@ TEST(FindElement, GridGivesTheElementOfTheWalk) {
                                    " by " + std::to_string(rows));
       }
     }
+  }
+}
+
+// Where small cells meet large ones many edges lie on few lines. If each took a place of its own in
+// the cells of the search grid, these would be cut again and again, down to lists of candidates.
+TEST(FindElement, EdgesOfTelescopingGridsShareTheirLines) {
+  for (double bearing : {0.0, 12.0}) {
+    const test::QuadtreeGrid grid(10, 8, 16.0, test::random_levels(5, 32.0, 3));
+    test::GridRun it(test::telescoping_cards());
+    it.folder.write("grid.tel", grid.text(5.0e5, 6.2e6, bearing, test::random_islands(5, 0.05)));
+    READ_GRID_MESH(it.run);
+    compare_with_walk(it.run, "bearing " + std::to_string(bearing));
+    EXPECT_TRUE(it.run.mesh.grid.candidates.empty()) << bearing;
   }
 }
 

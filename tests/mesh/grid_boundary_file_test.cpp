@@ -161,17 +161,7 @@ std::string literal_file(const RunState& run, const std::vector<int>& cells) {
 
 // ---- grids ----
 
-// A run on a structured grid in a folder; read by READ_GRID_MESH.
-struct GridRun {
-  test::TemporaryFolder folder;
-  RunState run;
-  GridRun(const std::string& cards, bool to_stderr = false) {
-    folder.write("rvcards", cards);
-    test::quiet(run, folder.path("run"), to_stderr);
-    run.messages.HOSTEDmode = true;
-    test::use_grid(run, folder.path(""));
-  }
-};
+using test::GridRun;
 
 const std::string two_strings =
     "cellstring cells.h5 Strings/A\ntidal_cellstring cells.h5 Strings/B\n";

@@ -14,8 +14,8 @@
 #include <tuple>
 #include <vector>
 
-#include "control/run_state.h"
 #include "dataset/hyfs.h"
+#include "tests/common/test_run.h"
 
 namespace dfl::test {
 
@@ -259,5 +259,17 @@ inline void use_grid(RunState& run, const std::string& folder) {
   run.settings.bc_file = folder + "/grid.bc";
   run.settings.neighbor_file = folder + "/grid.nei";
 }
+
+// Such a run in a folder of its own, before READ_GRID_MESH.
+struct GridRun {
+  TemporaryFolder folder;
+  RunState run;
+  explicit GridRun(const std::string& cards, bool to_stderr = false) {
+    folder.write("rvcards", cards);
+    quiet(run, folder.path("run"), to_stderr);
+    run.messages.HOSTEDmode = true;
+    use_grid(run, folder.path(""));
+  }
+};
 
 }  // namespace dfl::test

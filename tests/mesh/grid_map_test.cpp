@@ -125,32 +125,24 @@ void compare_all(RunState& run, bool quadtree) {
 }
 
 TEST(GridMap, StructuredSameAsCellByCell) {
-  test::TemporaryFolder folder;
   test::StructuredGrid grid = test::even_grid(9, 7, 25.0, 4.0f);
   grid.x0 = 412345.0;
   grid.y0 = 5123456.0;
   grid.bearing = 33.0;
   for (std::size_t i = 4; i < grid.i.size(); ++i) grid.i[i] += 7.0 * static_cast<double>(i - 3);
   for (int hole : {11, 12, 21, 40}) grid.types[static_cast<std::size_t>(hole)] = 2;
-  test::write_structured(folder.path("grid.h5"), grid);
-  folder.write("rvcards", test::structured_cards());
-  RunState run;
-  test::quiet(run, folder.path("run"));
-  test::use_grid(run, folder.path(""));
-  READ_GRID_MESH(run);
-  compare_all(run, false);
+  test::GridRun it(test::structured_cards());
+  test::write_structured(it.folder.path("grid.h5"), grid);
+  READ_GRID_MESH(it.run);
+  compare_all(it.run, false);
 }
 
 TEST(GridMap, TelescopingSameAsCellByCell) {
-  test::TemporaryFolder folder;
   const test::QuadtreeGrid grid(8, 6, 64.0, test::random_levels(5, 64.0, 3));
-  folder.write("grid.tel", grid.text(1000.0, 2000.0, 17.0, test::random_islands(2, 0.1)));
-  folder.write("rvcards", test::telescoping_cards());
-  RunState run;
-  test::quiet(run, folder.path("run"));
-  test::use_grid(run, folder.path(""));
-  READ_GRID_MESH(run);
-  compare_all(run, true);
+  test::GridRun it(test::telescoping_cards());
+  it.folder.write("grid.tel", grid.text(1000.0, 2000.0, 17.0, test::random_islands(2, 0.1)));
+  READ_GRID_MESH(it.run);
+  compare_all(it.run, true);
 }
 
 // Nodes set by hand around which any number of cells lie, and one on which a value stands.

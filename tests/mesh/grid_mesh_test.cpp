@@ -18,16 +18,7 @@
 namespace dfl {
 namespace {
 
-struct GridRun {
-  test::TemporaryFolder folder;
-  RunState run;
-  explicit GridRun(const std::string& cards, bool to_stderr = false) {
-    folder.write("rvcards", cards);
-    test::quiet(run, folder.path("run"), to_stderr);
-    run.messages.HOSTEDmode = true;
-    test::use_grid(run, folder.path(""));
-  }
-};
+using test::GridRun;
 
 double area_of(const MeshState& mesh) {
   double area = 0.0;

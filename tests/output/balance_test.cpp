@@ -7,7 +7,7 @@
 namespace dfl {
 namespace {
 
-using test::TemporaryFolder;
+class Balance : public test::OutputTest {};
 
 void add_source(Array<SourceRecord>& sources, int id, const char* name) {
   SourceRecord record;
@@ -48,15 +48,11 @@ void every_fate(RunState& run) {
   run.balance.largest_displacement_step = 9;
 }
 
-TEST(Balance, TellsEveryFateBySourceAndCloses) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(Balance, TellsEveryFateBySourceAndCloses) {
   run.messages.console_out = std::fopen(folder.path("console").c_str(), "w");
   every_fate(run);
   WRITE_BALANCE(run);
-  const std::vector<std::string> lines =
-      test::lines_of(test::read_text(folder.path("run_balance.txt")));
+  const std::vector<std::string> lines = test::lines_of(output("run_balance.txt"));
   const std::vector<std::string> expected = {
       "DFL 2.3.005, balance of run \"" + folder.path("run") + "\"",
       "Start of run:         2000-01-02 01:00:00",
@@ -92,23 +88,20 @@ TEST(Balance, TellsEveryFateBySourceAndCloses) {
   EXPECT_EQ(lines[expected.size() + 1], "Source 5, area \"dredged area\"");
   EXPECT_EQ(lines.back(), "  check: closed");
   std::fclose(run.messages.console_out);
-  EXPECT_EQ(test::read_text(folder.path("console")),
+  EXPECT_EQ(output("console"),
             "WARNING: 3 parcels (42.86 %, 44.09 % of the mass) were lost other than through open "
             "boundaries or to traps; see " +
                 folder.path("run") + "_balance.txt\n");
 }
 
-TEST(Balance, ShowsTheDifferenceOfParcelsWithoutACause) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(Balance, ShowsTheDifferenceOfParcelsWithoutACause) {
   every_fate(run);
   run.parcels.PARCELS(3).LOSS = 0;              // dead, and nobody said why
   run.parcels.PARCELS(8).ALIVE = logical_true;  // in the water, and never released
   run.parcels.PARCELS(8).MASS = 0.5f;
   run.settings.random_seed_given = false;
   WRITE_BALANCE(run);
-  const std::string text = test::read_text(folder.path("run_balance.txt"));
+  const std::string text = output("run_balance.txt");
   EXPECT_TRUE(contains(text, "12345 67890 (from the clock)"));
   // All sources: one too few and one too many.
   EXPECT_TRUE(contains(
@@ -118,10 +111,7 @@ TEST(Balance, ShowsTheDifferenceOfParcelsWithoutACause) {
   EXPECT_TRUE(contains(text, "Source 0, not in the source file\n"));
 }
 
-TEST(Balance, OpenBoundariesAndTrapsRaiseNoWarning) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(Balance, OpenBoundariesAndTrapsRaiseNoWarning) {
   run.messages.console_out = std::fopen(folder.path("console").c_str(), "w");
   test::set_clock(run, 1);
   test::make_parcels(run, 1000, 1000);
@@ -130,18 +120,15 @@ TEST(Balance, OpenBoundariesAndTrapsRaiseNoWarning) {
   run.parcels.PARCELS(7).LOSS = lost_off_mesh;  // 0.1 % exactly
   WRITE_BALANCE(run);
   std::fflush(run.messages.console_out);
-  EXPECT_EQ(test::read_text(folder.path("console")), "");
+  EXPECT_EQ(output("console"), "");
   run.parcels.PARCELS(8).LOSS = lost_behind_wall;
   WRITE_BALANCE(run);
   std::fclose(run.messages.console_out);
-  EXPECT_TRUE(contains(test::read_text(folder.path("console")), "WARNING: 2 parcels (0.20 %"));
+  EXPECT_TRUE(contains(output("console"), "WARNING: 2 parcels (0.20 %"));
 }
 
 // One heavy parcel of many: 0.05 % of the parcels, most of the mass.
-TEST(Balance, MassLostForAnUnknownCauseRaisesTheWarning) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(Balance, MassLostForAnUnknownCauseRaisesTheWarning) {
   run.messages.console_out = std::fopen(folder.path("console").c_str(), "w");
   test::set_clock(run, 1);
   test::make_parcels(run, 2000, 2000);
@@ -149,28 +136,22 @@ TEST(Balance, MassLostForAnUnknownCauseRaisesTheWarning) {
   set_parcel(run, 5, 1, 8001.0f, false, false, 0);
   WRITE_BALANCE(run);
   std::fclose(run.messages.console_out);
-  EXPECT_TRUE(contains(test::read_text(folder.path("console")),
-                       "WARNING: 1 parcels (0.05 %, 80.01 % of the mass) were lost"));
+  EXPECT_TRUE(
+      contains(output("console"), "WARNING: 1 parcels (0.05 %, 80.01 % of the mass) were lost"));
 }
 
-TEST(Balance, SourcesOfOneNumberShareAnAccount) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(Balance, SourcesOfOneNumberShareAnAccount) {
   test::set_clock(run, 1);
   test::make_parcels(run, 1, 0);
   add_source(run.parcels.SRCinst, 1, "dump");
   add_source(run.parcels.SRCline, 1, "pipe");
   WRITE_BALANCE(run);
-  const std::string text = test::read_text(folder.path("run_balance.txt"));
+  const std::string text = output("run_balance.txt");
   EXPECT_TRUE(contains(text, "Source 1, instantaneous \"dump\" and line \"pipe\"\n"));
   EXPECT_TRUE(contains(text, "Largest displacement: 0.000 element sizes\n"));
 }
 
-TEST(Balance, RunWithoutParcelsHasNone) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(Balance, RunWithoutParcelsHasNone) {
   run.settings.no_parcels = true;
   WRITE_BALANCE(run);
   EXPECT_FALSE(file_exists(folder.path("run_balance.txt")));

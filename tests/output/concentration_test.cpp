@@ -14,24 +14,10 @@
 #include "common/test_run.h"
 #include "mesh/find_element.h"
 #include "mesh/geometry.h"
+#include "mesh/literal_search.h"
 
 namespace dfl {
 namespace {
-
-int plain_search(const MeshState& mesh, double x, double y) {
-  const double right = std::max(mesh.XMAXelem(1), mesh.XMAXelem(mesh.NUMelem));
-  const double left = std::min(mesh.XMINelem(1), mesh.XMINelem(mesh.NUMelem));
-  const float dR = static_cast<float>(std::abs(right - x));
-  const float dL = static_cast<float>(std::abs(left - x));
-  for (int i = 1; i <= mesh.NUMelem; ++i) {
-    const int e = mesh.SORTxmin(dR >= dL ? i : mesh.NUMelem + 1 - i);
-    if (x >= mesh.XMINelem(e) && x <= mesh.XMAXelem(e) && y >= mesh.YMINelem(e) &&
-        y <= mesh.YMAXelem(e) && in_element(mesh, e, x, y)) {
-      return e;
-    }
-  }
-  return 0;
-}
 
 struct PlainCloud {
   std::vector<double> mass;  // by element number
@@ -58,7 +44,7 @@ PlainCloud plain_cloud(const RunState& run, const Parcel& p) {
     for (int j = 0; j < 360 / a; ++j) {
       const double angle = j * a / 57.2958;
       const double dx = r * std::cos(angle), dy = r * std::sin(angle);
-      const int e = plain_search(mesh, p.X + dx, p.Y + dy);
+      const int e = test::literal_find_element(mesh, p.X + dx, p.Y + dy);
       const double m =
           static_cast<double>(A) * std::exp(-(dx * dx + dy * dy) / four_Kt) * cell_area;
       (e == 0 ? cloud.S_out : cloud.S_in) += m;
@@ -272,7 +258,8 @@ TEST(FindElements, GivesTheNumbersOfTheSingleSearch) {
   x[7] = std::nan("");
   y[9] = 1e300;
   std::vector<int> expected;
-  for (std::size_t i = 0; i < x.size(); ++i) expected.push_back(plain_search(run.mesh, x[i], y[i]));
+  for (std::size_t i = 0; i < x.size(); ++i)
+    expected.push_back(test::literal_find_element(run.mesh, x[i], y[i]));
   EXPECT_LT(std::count(expected.begin(), expected.end(), 0), 200);
   std::vector<int> found(x.size(), -1);
   find_elements(run.mesh, x.data(), y.data(), static_cast<int>(x.size()), found.data());

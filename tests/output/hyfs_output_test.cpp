@@ -180,13 +180,17 @@ TEST(HyfsParcelsSelection, OnlySelectedDatasetsExist) {
   }
 }
 
-TEST(HyfsMaps, DatasetsAndMeshStandReady) {
-  const TemporaryFolder folder;
-  RunState run;
-  prepare(run, folder);
+class HyfsMaps : public test::OutputTest {
+ protected:
+  HyfsMaps() {
+    prepare(run, folder);
+    run.settings.no_parcels = run.settings.flow_mapping = true;
+  }
+};
+
+TEST_F(HyfsMaps, DatasetsAndMeshStandReady) {
   Settings& s = run.settings;
-  s.no_parcels = true;
-  s.flow_mapping = s.wave_mapping = s.mobility_mapping = s.concentration_mapping = true;
+  s.wave_mapping = s.mobility_mapping = s.concentration_mapping = true;
   s.crs = "EPSG:32633";
   SETUP_OUTPUT(run);
   const std::string path = folder.path("run_maps.h5");
@@ -210,29 +214,19 @@ TEST(HyfsMaps, DatasetsAndMeshStandReady) {
   hfclosefile_f(file);
 }
 
-TEST(HyfsMaps, FlowDatasetNeedsDepthAveragedFlow) {
-  const TemporaryFolder folder;
-  RunState run;
-  prepare(run, folder);
-  run.settings.no_parcels = true;
-  run.settings.flow_mapping = true;
+TEST_F(HyfsMaps, FlowDatasetNeedsDepthAveragedFlow) {
   run.flow.FLOW2D = false;
   SETUP_OUTPUT(run);
   EXPECT_TRUE(has_object(folder.path("run_maps.h5"), "wse"));
   EXPECT_FALSE(has_object(folder.path("run_maps.h5"), "flow"));
 }
 
-TEST(HyfsMaps, SenselessCoordinateSystemIsOnlyNoted) {
-  const TemporaryFolder folder;
-  RunState run;
-  prepare(run, folder);
+TEST_F(HyfsMaps, SenselessCoordinateSystemIsOnlyNoted) {
   run.messages.echo_file = std::fopen(folder.path("run.input").c_str(), "w");
-  run.settings.no_parcels = true;
-  run.settings.flow_mapping = true;
   run.settings.crs = "UTM 33";
   SETUP_OUTPUT(run);
   std::fclose(run.messages.echo_file);
-  EXPECT_TRUE(contains(test::read_text(folder.path("run.input")), "WARNING: crs \"UTM 33\""));
+  EXPECT_TRUE(contains(output("run.input"), "WARNING: crs \"UTM 33\""));
   EXPECT_FALSE(has_object(folder.path("run_maps.h5"), "projected_coordinate_system"));
 }
 

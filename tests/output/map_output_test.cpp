@@ -7,20 +7,19 @@
 #include <cmath>
 #include <cstring>
 
-#include "common/test_run.h"
 #include "control/run_clock.h"
 #include "control/text_tools.h"
 #include "dataset/hyfs.h"
 #include "mesh/geometry.h"
 #include "output/concentration.h"
+#include "output/output_run.h"
 #include "output/output_setup.h"
 
 namespace dfl {
 namespace {
 
 // A basin of 20 by 20 cells of 10 m, 4 m deep, with n parcels of 1 kg in motion near its middle.
-void prepare(RunState& run, const test::TemporaryFolder& folder, int n) {
-  test::quiet(run, folder.path("run"));
+void prepare(RunState& run, int n) {
   std::vector<test::TestNode> nodes;
   std::vector<test::TestElement> elements;
   test::rectangle_mesh(20, 20, 10.0, 4.0f, nodes, elements);
@@ -64,10 +63,11 @@ double mass_on_mesh(const RunState& run) {
   return mass;
 }
 
-TEST(Concentration, KeepsTheMassOfMovingParcels) {
-  const test::TemporaryFolder folder;
-  RunState run;
-  prepare(run, folder, 6);
+class Concentration : public test::OutputTest {};
+class MapOutput : public test::OutputTest {};
+
+TEST_F(Concentration, KeepsTheMassOfMovingParcels) {
+  prepare(run, 6);
   run.parcels.PARCELS(3).DORMANT = logical_true;  // on the bed: not in the water
   run.parcels.PARCELS(4).ALIVE = logical_false;   // taken out by a trap in this step
   run.settings.gaussian_value = 0.05f;
@@ -83,10 +83,8 @@ TEST(Concentration, KeepsTheMassOfMovingParcels) {
   EXPECT_NEAR(mass_on_mesh(run), 4000.0, 1e-2);
 }
 
-TEST(Concentration, GivesBackWhatFallsOutsideAndLeavesShallowElementsOut) {
-  const test::TemporaryFolder folder;
-  RunState run;
-  prepare(run, folder, 1);
+TEST_F(Concentration, GivesBackWhatFallsOutsideAndLeavesShallowElementsOut) {
+  prepare(run, 1);
   run.settings.gaussian_value = 0.5f;
   run.parcels.PARCELS(1).X = 1.0;  // a cloud of which half lies outside
   run.parcels.PARCELS(1).Y = 100.0;
@@ -103,10 +101,8 @@ TEST(Concentration, GivesBackWhatFallsOutsideAndLeavesShallowElementsOut) {
 
 // Nodes left of x = 100 m fall dry: there elements hold no more than 8/3 m, here 4 m. The mass over
 // the shallow side is missing from the map.
-TEST(Concentration, TheMassOverShallowElementsIsMissing) {
-  const test::TemporaryFolder folder;
-  RunState run;
-  prepare(run, folder, 5);
+TEST_F(Concentration, TheMassOverShallowElementsIsMissing) {
+  prepare(run, 5);
   run.settings.min_depth = 1.0f;
   for (int n = 1; n <= run.mesh.NUMnode; ++n) {
     if (run.mesh.Xnode(n) < 99.0) run.flow.Hnode(n) = 0.0f;
@@ -124,10 +120,8 @@ TEST(Concentration, TheMassOverShallowElementsIsMissing) {
   EXPECT_NEAR(mass_on_mesh(run), 0.5 * 0.9999, 0.01);
 }
 
-TEST(MapOutput, FramesOfAllThreeFormsHoldTheFields) {
-  const test::TemporaryFolder folder;
-  RunState run;
-  prepare(run, folder, 0);
+TEST_F(MapOutput, FramesOfAllThreeFormsHoldTheFields) {
+  prepare(run, 0);
   Settings& s = run.settings;
   s.flow_mapping = s.mobility_mapping = s.bedform_mapping = true;
   s.tecplot_maps = s.ensim_maps = true;
@@ -163,7 +157,7 @@ TEST(MapOutput, FramesOfAllThreeFormsHoldTheFields) {
   hfclosegroup_f(group);
   hfclosefile_f(file);
 
-  const auto lines = test::lines_of(test::read_text(folder.path("run_maps.plt")));
+  const auto lines = test::lines_of(output("run_maps.plt"));
   const std::size_t second = 3 + 441 + 800;  // head, first zone, elements
   ASSERT_EQ(lines.size(), second + 2 + 441);
   EXPECT_EQ(lines[second + 1], "ET=TRIANGLE, N=441, E=800, D=(1,2,FECONNECT)");
@@ -172,7 +166,7 @@ TEST(MapOutput, FramesOfAllThreeFormsHoldTheFields) {
             "           0.250           0.300           0.400        0.125000           1.200"
             "           1.600");
 
-  const std::string ensim = test::read_text(folder.path("run_mobility.t3v"));
+  const std::string ensim = output("run_mobility.t3v");
   const std::size_t record = 4 + (2 + 7 + 2 * 441) * 4 + 4;
   ASSERT_GT(ensim.size(), record);
   const char* at = ensim.data() + ensim.size() - record;

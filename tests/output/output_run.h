@@ -2,12 +2,24 @@
 
 // A small run with parcels set by hand.
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "common/test_run.h"
 #include "control/run_clock.h"
 
 namespace dfl::test {
+
+// A quiet run in a folder of its own.
+class OutputTest : public testing::Test {
+ protected:
+  OutputTest() { quiet(run, folder.path("run")); }
+  std::string output(const std::string& name) const { return read_text(folder.path(name)); }
+
+  const TemporaryFolder folder;
+  RunState run;
+};
 
 // A square of two triangles; depths 1 to 4 m.
 inline void square_mesh(RunState& run) {

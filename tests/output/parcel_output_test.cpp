@@ -14,6 +14,18 @@ namespace {
 
 using test::TemporaryFolder;
 
+class TecplotParcels : public test::OutputTest {
+ protected:
+  TecplotParcels() {
+    run.settings.hyfs_parcels = false;
+    run.settings.tecplot_parcels = true;
+    test::set_clock(run, 1);
+    test::square_mesh(run);
+  }
+};
+class EnsimParcels : public test::OutputTest {};
+class Population : public test::OutputTest {};
+
 // Takes binary records apart.
 class Records {
  public:
@@ -90,22 +102,15 @@ void three_parcels(RunState& run) {
   dead.DORMANT = logical_true;
 }
 
-TEST(TecplotParcels, RowsHoldTheSelectedColumnsInTheirOrder) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(TecplotParcels, RowsHoldTheSelectedColumnsInTheirOrder) {
   select_all(run.settings);
-  run.settings.hyfs_parcels = false;
-  run.settings.tecplot_parcels = true;
-  test::set_clock(run, 1);
   run.clock.DATEnow = {2000, 1, 2, 1, 0, 30, 5};
-  test::square_mesh(run);
   three_parcels(run);
   SETUP_OUTPUT(run);
   WRITE_TECPLOT_PARCELS(run);
   const std::string zeros =
       "       0.000       0.000       0.000 0.000000000 0.000000000       0.000\n";
-  EXPECT_EQ(test::read_text(folder.path("run_particles.plt")),
+  EXPECT_EQ(output("run_particles.plt"),
             "VARIABLES=\"X\" \"Y\" \"ID\" \"D\" \"RHOs\" \"MASS\" \"MOBILITY\" \"Z\" \"h\" "
             "\"SOURCE\" \"STATE\" \"U\" \"V\" \"W\" \"Ws\" \"TAUcr\" \"Age\"\n"
             "ZONE T=\"" +
@@ -122,40 +127,25 @@ TEST(TecplotParcels, RowsHoldTheSelectedColumnsInTheirOrder) {
                 zeros);
 }
 
-TEST(TecplotParcels, DefaultColumnsAndEmptyZone) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
-  run.settings.hyfs_parcels = false;
-  run.settings.tecplot_parcels = true;
+TEST_F(TecplotParcels, DefaultColumnsAndEmptyZone) {
   run.settings.flow_output = true;  // but no parcel has velocities
-  test::set_clock(run, 1);
-  test::square_mesh(run);
   run.parcels.NUMborn = 0;
   SETUP_OUTPUT(run);
   WRITE_TECPLOT_PARCELS(run);
-  EXPECT_EQ(test::read_text(folder.path("run_particles.plt")),
+  EXPECT_EQ(output("run_particles.plt"),
             "VARIABLES=\"X\" \"Y\" \"ID\" \"Z\"\n"
             "ZONE T=\"" +
                 folder.path("run") + " @ 2000/01/02/01/00/30.000\", I=0\n");
 }
 
 // More rows than one write takes.
-TEST(TecplotParcels, EveryParcelOfALargeFrameHasItsRow) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
-  run.settings.hyfs_parcels = false;
-  run.settings.tecplot_parcels = true;
-  test::set_clock(run, 1);
-  test::square_mesh(run);
+TEST_F(TecplotParcels, EveryParcelOfALargeFrameHasItsRow) {
   constexpr int count = 10000;
   test::make_parcels(run, count, count);
   for (int id = 1; id <= count; ++id) run.parcels.PARCELS(id).X = id;
   SETUP_OUTPUT(run);
   WRITE_TECPLOT_PARCELS(run);
-  const std::vector<std::string> lines =
-      test::lines_of(test::read_text(folder.path("run_particles.plt")));
+  const std::vector<std::string> lines = test::lines_of(output("run_particles.plt"));
   ASSERT_EQ(lines.size(), 2u + count);
   for (int id = 1; id <= count; ++id) {
     ASSERT_EQ(lines[static_cast<std::size_t>(id) + 1],
@@ -163,10 +153,7 @@ TEST(TecplotParcels, EveryParcelOfALargeFrameHasItsRow) {
   }
 }
 
-TEST(EnsimParcels, FrameHoldsEverySlot) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(EnsimParcels, FrameHoldsEverySlot) {
   select_all(run.settings);
   run.settings.hyfs_parcels = false;
   run.settings.ensim_parcels = true;
@@ -179,7 +166,7 @@ TEST(EnsimParcels, FrameHoldsEverySlot) {
   run.clock.NStep = 17;
   WRITE_ENSIM_PARCELS(run);
 
-  const std::string text = test::read_text(folder.path("run_particles.pcl"));
+  const std::string text = output("run_particles.pcl");
   const std::string head =
       std::string(59, '#') +
       "\n:FileType pcl BINARY EnSim 1.0\n#\n:Application   DFL\n:Version       2.3.005\n"
@@ -218,10 +205,7 @@ TEST(EnsimParcels, FrameHoldsEverySlot) {
   EXPECT_TRUE(records.at_end());
 }
 
-TEST(Population, RowsCountParcelsAtEveryStep) {
-  const TemporaryFolder folder;
-  RunState run;
-  test::quiet(run, folder.path("run"));
+TEST_F(Population, RowsCountParcelsAtEveryStep) {
   run.settings.hyfs_parcels = false;
   run.settings.population_record = true;
   test::set_clock(run, 1);
@@ -236,7 +220,7 @@ TEST(Population, RowsCountParcelsAtEveryStep) {
   run.parcels.NUMdormant = 5;
   run.parcels.NUMtrapped = 123456789;
   WRITE_POPULATION_ROW(run);
-  EXPECT_EQ(test::read_text(folder.path("run_population.plt")),
+  EXPECT_EQ(output("run_population.plt"),
             "VARIABLES=\"TIME\" \"BORN\" \"ALIVE\" \"DEAD\" \"ACTIVE\" \"DEPOSITED\" \"TRAPPED\"\n"
             "ZONE T=\"" +
                 folder.path("run") +

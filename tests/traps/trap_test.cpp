@@ -47,6 +47,17 @@ void prepare(RunState& run, const test::TemporaryFolder& folder, const std::stri
   READ_TRAPS(run);
 }
 
+class TrapRun : public testing::Test {
+ protected:
+  // The lines of a report, which is closed.
+  std::vector<std::string> report(const std::string& name) {
+    close_trap_reports(run);
+    return test::lines_of(test::read_text(folder.path("run_" + name + ".out")));
+  }
+  const test::TemporaryFolder folder;
+  RunState run;
+};
+
 void place(RunState& run, int id, double x, double y) {
   run.parcels.PARCELS(id).X = x;
   run.parcels.PARCELS(id).Y = y;
@@ -73,9 +84,7 @@ const char* const line_and_box =
     "3 10. 10.\n"
     "4 0. 10.\n";
 
-TEST(Traps, LineAndPolygonCountWithTheirLines) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, LineAndPolygonCountWithTheirLines) {
   prepare(run, folder, line_and_box, 3);
   EXPECT_EQ(run.traps.TRAPS(1).TRAPname, "throat");
   EXPECT_EQ(run.traps.TRAPS(1).TRAPnumber, "7");
@@ -96,8 +105,7 @@ TEST(Traps, LineAndPolygonCountWithTheirLines) {
   EXPECT_FLOAT_EQ(run.traps.TRAPS(2).TRAPmass, 4.0f);
   EXPECT_EQ(run.parcels.NUMtrapsum, 3);
   TRAP_SUMMARY(run);
-  close_trap_reports(run);
-  const auto lines = test::lines_of(test::read_text(folder.path("run_count.out")));
+  const auto lines = report("count");
   ASSERT_EQ(lines.size(), 1u + 3u + 3u + 2u);
   EXPECT_EQ(lines[0], "    STEP     DATE         TIME       PARTICLE    TRAP");
   EXPECT_EQ(lines[1],
@@ -257,9 +265,7 @@ TEST(Traps, AStayBelongsToItsOwnPolygonAndEndsThere) {
   }
 }
 
-TEST(Traps, ResidenceLineInFull) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, ResidenceLineInFull) {
   run.settings.residence_calc = true;
   run.settings.flow_output = true;  // the stay stands behind the three velocities
   prepare(run, folder, "0\n1\n" + box(0.0, 10.0), 1);
@@ -269,8 +275,7 @@ TEST(Traps, ResidenceLineInFull) {
   run.clock.Tnow += 0.66;  // ends at 30.96: more than a field of two columns holds
   place(run, 1, 15.0, 5.0);
   step(run);
-  close_trap_reports(run);
-  const auto lines = test::lines_of(test::read_text(folder.path("run_residency.out")));
+  const auto lines = report("residency");
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[1],
             "       1       1  2000/01/02 00:00:10.3  2000/01/02 00:00:30**          20.7");
@@ -278,17 +283,14 @@ TEST(Traps, ResidenceLineInFull) {
 }
 
 // A stay opens and ends in the last step; nothing is counted.
-TEST(Traps, LastStepOfAResidenceRunGivesOneLineEach) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, LastStepOfAResidenceRunGivesOneLineEach) {
   run.settings.residence_calc = run.settings.last_step_trap = true;
   prepare(run, folder, "0\n1\n" + box(0.0, 10.0), 1);
   place(run, 1, 5.0, 5.0);
   step(run);
   run.clock.LASTstep = true;
   step(run);
-  close_trap_reports(run);
-  const auto lines = test::lines_of(test::read_text(folder.path("run_bin.out")));
+  const auto lines = report("bin");
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[0], "    STEP     DATE         TIME       PARTICLE    TRAP");
   EXPECT_EQ(lines[1], line_of(run, {1, 20.0, 10.0}));
@@ -333,9 +335,7 @@ TEST(Traps, EndsAndSidesOfALine) {
   }
 }
 
-TEST(Traps, WhatHappenedBeforeThePeriodIsRemembered) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, WhatHappenedBeforeThePeriodIsRemembered) {
   prepare(run, folder, line_and_box, 1);
   for (int j = 1; j <= 2; ++j) run.traps.TRAPS(j).TRAPstart = run.settings.start_run + 20.0;
   place(run, 1, 5.0, 5.0);
@@ -352,9 +352,7 @@ TEST(Traps, WhatHappenedBeforeThePeriodIsRemembered) {
 
 // Taken out by the first trap, still counted by the one behind it, and dead only once; a parcel
 // that died in this step is passed over.
-TEST(Traps, AParcelTakenOutIsStillCountedByTheTrapsBehind) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, AParcelTakenOutIsStillCountedByTheTrapsBehind) {
   prepare(run, folder,
           "1\n1 a\n1 -10. 50. 0 0\n0. 0.\n10. 0.\n1\n" + box(0.0, 10.0, "4 -10. 50. 0 0"), 2);
   place(run, 1, 5.0, 5.0);
@@ -368,9 +366,7 @@ TEST(Traps, AParcelTakenOutIsStillCountedByTheTrapsBehind) {
   EXPECT_EQ(run.parcels.PARCELS(2).LOSS, 1);
 }
 
-TEST(Traps, EchoOfATrap) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, EchoOfATrap) {
   run.messages.echo_file = std::fopen(folder.path("run.input").c_str(), "w");
   prepare(run, folder,
           "1, # items behind those asked for are passed\n"
@@ -400,9 +396,7 @@ TEST(Traps, EchoOfATrap) {
             "\n");
 }
 
-TEST(Traps, LastStepWithoutATrapFileDoesNothing) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, LastStepWithoutATrapFileDoesNothing) {
   run.settings.last_step_trap = true;
   prepare(run, folder, "0\n0\n", 1);
   close_trap_reports(run);
@@ -412,9 +406,7 @@ TEST(Traps, LastStepWithoutATrapFileDoesNothing) {
   EXPECT_FALSE(run.traps.TRAPon);
 }
 
-TEST(Traps, NoTrapsGiveHeadsOnly) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, NoTrapsGiveHeadsOnly) {
   prepare(run, folder, "0\n0\n", 1);
   EXPECT_EQ(step(run), 0);
   TRAP_SUMMARY(run);
@@ -423,9 +415,7 @@ TEST(Traps, NoTrapsGiveHeadsOnly) {
             "    STEP     DATE         TIME       PARTICLE    TRAP\n\n\n\n");
 }
 
-TEST(Traps, LastStepTrapsTestTheLastStepOnly) {
-  const test::TemporaryFolder folder;
-  RunState run;
+TEST_F(TrapRun, LastStepTrapsTestTheLastStepOnly) {
   run.settings.last_step_trap = true;
   prepare(run, folder, line_and_box, 1);
   place(run, 1, 5.0, 5.0);
@@ -435,8 +425,7 @@ TEST(Traps, LastStepTrapsTestTheLastStepOnly) {
   step(run);
   EXPECT_EQ(run.traps.TRAPS(2).TRAPparcels, 1);
   TRAP_SUMMARY(run);
-  close_trap_reports(run);
-  const auto conc = test::lines_of(test::read_text(folder.path("run_conc.out")));
+  const auto conc = report("conc");
   ASSERT_EQ(conc.size(), 1u);  // no mesh under the polygon: 0
   EXPECT_EQ(conc[0],
             "    Trap      2 E=           5.000 N=           5.000 Conc.=    0.000000E+00 kg/m3");
@@ -519,6 +508,25 @@ TEST(Traps, BoundingBoxAgreesWithTheBareCount) {
   EXPECT_GT(on_edge_total, 1000);
 }
 
+using DamageRun = void (*)(RunState& run, const test::TemporaryFolder& folder);
+
+// Reading a trap file with this text stops the run with a message.
+void expect_stop(const std::string& text, const std::string& message, DamageRun damage = nullptr) {
+  EXPECT_EXIT(
+      {
+        const test::TemporaryFolder folder;
+        RunState run;
+        run.messages.exit_code = true;
+        test::quiet(run, folder.path("run"), true);
+        run.settings.trap_file = run.settings.trap_file_as_given = folder.write("run.trp", text);
+        if (damage != nullptr) damage(run, folder);
+        READ_TRAPS(run);
+        close_trap_reports(run);
+      },
+      testing::ExitedWithCode(1), message)
+      << text;
+}
+
 TEST(TrapsDeath, BadFilesAreNamedWithTheirLine) {
   struct Case {
     std::string text;
@@ -554,9 +562,7 @@ TEST(TrapsDeath, BadFilesAreNamedWithTheirLine) {
        "run.trp:6: expected a real number, found \"b\""},
       {"0\n1\n1 a\n3 0. 5. 1 0\n1 0. 0.\n2 1.,,\n",
        "run.trp:6: expected 3 items, found one left out"},
-      {"1\nname first\n", "run.trp:2: expected a trap number, found \"name\""},
       {"1\n\n1 0. 5. 1 0\n", "run.trp:2: expected a trap number"},
-      {"1\n1 a\n1 0. x 1 0\n", "run.trp:3: expected a real number, found \"x\""},
       {"1\n1 a\n1 0. 5. 1 0\n0. 0.\n", "run.trp:.*end of the file"},
       {"-1\n", "run.trp:1: expected a number of line traps from 0 to 32767, found -1"},
       {"40000\n", "run.trp:1: expected a number of line traps from 0 to 32767, found 40000"},
@@ -566,20 +572,7 @@ TEST(TrapsDeath, BadFilesAreNamedWithTheirLine) {
       {"0\n1\n1 a\n3 0. 5. 1 0\n1 0. 0.\n1 1. 0.\n3 1. 1.\n", "run.trp:6: second line of vertex 1"},
       {"0\n1\n1 a\n3 0. 5. 1 0\n1 0. 0.\n2 1. 0.\n", "run.trp:.*end of the file"},
   };
-  for (const Case& c : cases) {
-    EXPECT_EXIT(
-        {
-          const test::TemporaryFolder folder;
-          RunState run;
-          run.messages.exit_code = true;
-          test::quiet(run, folder.path("run"), true);
-          run.settings.trap_file = run.settings.trap_file_as_given =
-              folder.write("run.trp", c.text);
-          READ_TRAPS(run);
-        },
-        testing::ExitedWithCode(1), c.message)
-        << c.text;
-  }
+  for (const Case& c : cases) expect_stop(c.text, c.message);
 }
 
 // A file that ends anywhere: at a line end, or in a line. None is taken for a shorter, whole one.
@@ -587,25 +580,14 @@ TEST(TrapsDeath, CutFilesAreTold) {
   const std::string whole = line_and_box;
   const std::size_t last_number = whole.size() - 4;  // "10.", of which a digit is a number, too
   for (std::size_t length = 0; length < last_number; length += length < 20 ? 1 : 3) {
-    EXPECT_EXIT(
-        {
-          const test::TemporaryFolder folder;
-          RunState run;
-          run.messages.exit_code = true;
-          test::quiet(run, folder.path("run"), true);
-          run.settings.trap_file = run.settings.trap_file_as_given =
-              folder.write("run.trp", whole.substr(0, length));
-          READ_TRAPS(run);
-        },
-        testing::ExitedWithCode(1), "run.trp:[0-9]+: ")
-        << length;
+    expect_stop(whole.substr(0, length), "run.trp:[0-9]+: ");
   }
 }
 
 TEST(TrapsDeath, FilesThatCannotBeReadOrWritten) {
   struct Case {
     const char* what;
-    void (*damage)(RunState& run, const test::TemporaryFolder& folder);
+    DamageRun damage;
     const char* message;
   };
   const Case cases[] = {
@@ -643,20 +625,8 @@ TEST(TrapsDeath, FilesThatCannotBeReadOrWritten) {
        "Cannot write file \".*/run_count.out\": No space left"},
   };
   for (const Case& c : cases) {
-    EXPECT_EXIT(
-        {
-          const test::TemporaryFolder folder;
-          RunState run;
-          run.messages.exit_code = true;
-          test::quiet(run, folder.path("run"), true);
-          run.settings.trap_file = run.settings.trap_file_as_given =
-              folder.write("run.trp", line_and_box);
-          c.damage(run, folder);
-          READ_TRAPS(run);
-          close_trap_reports(run);
-        },
-        testing::ExitedWithCode(1), c.message)
-        << c.what;
+    SCOPED_TRACE(c.what);
+    expect_stop(line_and_box, c.message, c.damage);
   }
 }
 

@@ -110,6 +110,20 @@ inline WaveCase simulation_case() {
   return c;
 }
 
+// The values of a grid of three frames, in place of those that were there.
+inline void set_swan_fields(WaveCase& c, bool top_row_first, const CellValue& H, const CellValue& T,
+                            const CellValue& Q) {
+  const std::pair<const char*, const CellValue*> fields[] = {
+      {"hs.blk", &H}, {"per.blk", &T}, {"dir.blk", &Q}};
+  for (const auto& [name, value] : fields) {
+    Lines& lines = c.files[name];
+    lines.clear();
+    for (int f = 1; f <= 3; ++f) {
+      append_rows(lines, wave_cells, wave_cells, top_row_first, f, *value);
+    }
+  }
+}
+
 // A grid of three frames six hours apart, rows from the bottom, nautical directions.
 inline WaveCase swan_case() {
   WaveCase c = calm_case({":wave_format swan", ":wave_swan_file FOLDER/waves.swn", ":wave_files 1",
@@ -125,12 +139,7 @@ inline WaveCase swan_case() {
                           "COMPUTE STAT 20000101.060000",
                           "COMPUTE STAT 20000101.120000",
                           "STOP"};
-  for (int f = 1; f <= 3; ++f) {
-    append_rows(c.files["hs.blk"], wave_cells, wave_cells, false, f, height_in);
-    append_rows(c.files["per.blk"], wave_cells, wave_cells, false, f, period_in);
-    append_rows(c.files["dir.blk"], wave_cells, wave_cells, false, f,
-                constant(180.0f + wave_bearing));
-  }
+  set_swan_fields(c, false, height_in, period_in, constant(180.0f + wave_bearing));
   return c;
 }
 
@@ -232,6 +241,11 @@ class WaveRun {
     control = write_case(c.tiny, folder);
     std::filesystem::current_path(folder.path("."));
     quiet(run, folder.path("early"), to_stderr);
+  }
+  // Opened, and at a time after 2000-01-01.
+  WaveRun(const WaveCase& c, double seconds) : WaveRun(c) {
+    open();
+    at(seconds);
   }
   ~WaveRun() { std::filesystem::current_path(before); }
 

@@ -23,79 +23,62 @@ std::vector<TimedForm> timed_forms() {
           {"hyfs", hyfs_case(), hour}};
 }
 
-TEST(WaveFrames, FramesAreBlendedLinearlyFromTheFirstIntervalOn) {
-  for (const TimedForm& form : timed_forms()) {
+// The nodes hold frame a and the given weight of frame b; times in steps of the waves.
+struct Blend {
+  double time;
+  float a, weight, b;
+};
+
+void expect_blends(const std::vector<Blend>& blends, const Lines& cards = {}) {
+  for (TimedForm& form : timed_forms()) {
     SCOPED_TRACE(form.name);
+    add_cards(form.c.tiny, cards);
     WaveRun r(form.c);
     r.open();
-    r.at(0.0);
-    expect_waves(r, 1.0f, 0.0f, 2.0f, wave_bearing);
-    r.at(0.25 * form.step);
-    expect_waves(r, 1.0f, 0.25f, 2.0f, wave_bearing);
-    r.at(form.step);
-    expect_waves(r, 2.0f, 0.0f, 2.0f, wave_bearing);
-    r.at(1.75 * form.step);
-    expect_waves(r, 2.0f, 0.75f, 3.0f, wave_bearing);
-    r.at(2.0 * form.step);
-    expect_waves(r, 3.0f, 0.0f, 3.0f, wave_bearing);
+    for (const Blend& blend : blends) {
+      r.at(blend.time * form.step);
+      expect_waves(r, blend.a, blend.weight, blend.b, wave_bearing);
+    }
   }
+}
+
+void expect_stop(WaveRun& r, double seconds, const std::string& message) {
+  EXPECT_EXIT(
+      {
+        r.run.messages.console_out = stderr;
+        r.at(seconds);
+      },
+      testing::ExitedWithCode(0), message);
+}
+
+TEST(WaveFrames, FramesAreBlendedLinearlyFromTheFirstIntervalOn) {
+  expect_blends({{0.0, 1.0f, 0.0f, 2.0f},
+                 {0.25, 1.0f, 0.25f, 2.0f},
+                 {1.0, 2.0f, 0.0f, 2.0f},
+                 {1.75, 2.0f, 0.75f, 3.0f},
+                 {2.0, 3.0f, 0.0f, 3.0f}});
 }
 
 TEST(WaveFrames, FramesBetweenTwoStepsArePassed) {
-  for (const TimedForm& form : timed_forms()) {
-    SCOPED_TRACE(form.name);
-    WaveRun r(form.c);
-    r.open();
-    r.at(1.5 * form.step);
-    expect_waves(r, 2.0f, 0.5f, 3.0f, wave_bearing);
-  }
-}
-
-TEST(WaveFrames, RunMayStartAStepBeforeTheFirstFrame) {
-  for (const TimedForm& form : timed_forms()) {
-    SCOPED_TRACE(form.name);
-    WaveRun r(form.c);
-    r.open();
-    r.at(-form.step);
-    expect_waves(r, 1.0f, 0.0f, 1.0f, wave_bearing);
-    EXPECT_EXIT(
-        {
-          r.run.messages.console_out = stderr;
-          r.at(-form.step - 1.0);
-        },
-        testing::ExitedWithCode(0), "Run starts before waves start");
-  }
-}
-
-TEST(WaveFrames, RunMustEndWithTheLastFrame) {
-  for (const TimedForm& form : timed_forms()) {
-    SCOPED_TRACE(form.name);
-    WaveRun r(form.c);
-    r.open();
-    EXPECT_EXIT(
-        {
-          r.run.messages.console_out = stderr;
-          r.at(2.0 * form.step + 1.0);
-        },
-        testing::ExitedWithCode(0),
-        std::string(form.name) == "hyfs" ? "HYFS-OSWELL file exceeded"
-                                         : "Run finishes after waves finish");
-  }
+  expect_blends({{1.5, 2.0f, 0.5f, 3.0f}});
 }
 
 // The last frame in full, not the blend of the last step before it.
 TEST(WaveFrames, LastFrameStaysWithExceedWaves) {
-  for (TimedForm& form : timed_forms()) {
+  expect_blends({{1.9, 2.0f, 0.9f, 3.0f}, {2.1, 3.0f, 0.0f, 3.0f}, {100.0, 3.0f, 0.0f, 3.0f}},
+                {":exceed_waves"});
+}
+
+TEST(WaveFrames, RunMayStartAStepBeforeTheFirstFrameAndEndsWithTheLast) {
+  expect_blends({{-1.0, 1.0f, 0.0f, 1.0f}});
+  for (const TimedForm& form : timed_forms()) {
     SCOPED_TRACE(form.name);
-    add_cards(form.c.tiny, {":exceed_waves"});
     WaveRun r(form.c);
     r.open();
-    r.at(1.9 * form.step);
-    expect_waves(r, 2.0f, 0.9f, 3.0f, wave_bearing);
-    r.at(2.1 * form.step);
-    expect_waves(r, 3.0f, 0.0f, 3.0f, wave_bearing);
-    r.at(100.0 * form.step);
-    expect_waves(r, 3.0f, 0.0f, 3.0f, wave_bearing);
+    expect_stop(r, -form.step - 1.0, "Run starts before waves start");
+    expect_stop(r, 2.0 * form.step + 1.0,
+                std::string(form.name) == "hyfs" ? "HYFS-OSWELL file exceeded"
+                                                 : "Run finishes after waves finish");
   }
 }
 
@@ -123,17 +106,10 @@ TEST(WaveFrames, FrameThatIsCutOffLeavesTheOneBefore) {
     {
       WaveRun r(c);
       r.open();
-      EXPECT_EXIT(
-          {
-            r.run.messages.console_out = stderr;
-            r.at(static_cast<double>(r.run.waves.wave_step) + 1.0);
-          },
-          testing::ExitedWithCode(0), cut.message);
+      expect_stop(r, static_cast<double>(r.run.waves.wave_step) + 1.0, cut.message);
     }
     add_cards(c.tiny, {":exceed_waves"});
-    WaveRun r(c);
-    r.open();
-    r.at(1.5 * static_cast<double>(r.run.waves.wave_step));
+    WaveRun r(c, 1.5 * static_cast<double>(r.run.waves.wave_step));
     expect_waves(r, 2.0f, 0.0f, 2.0f, wave_bearing);
     r.at(10.0 * static_cast<double>(r.run.waves.wave_step));
     expect_waves(r, 2.0f, 0.0f, 2.0f, wave_bearing);
@@ -146,9 +122,7 @@ TEST(WaveFrames, ExceedingByAVeryShortStepComesToAnEnd) {
     if (card == ":wave_step 3600.") card = ":wave_step 1e-20";
   }
   add_cards(c.tiny, {":exceed_waves"});
-  WaveRun r(c);
-  r.open();
-  r.at(hour);
+  WaveRun r(c, hour);
   expect_waves(r, 3.0f, 0.0f, 3.0f, wave_bearing);
 }
 
@@ -194,22 +168,16 @@ TEST(WaveFrames, OneStateHoldsForTheWholeRun) {
 // Degrees are blended as they are: between travel to 170 and to 190 degrees lies north.
 TEST(WaveFrames, DirectionsAcrossNorthTurnTheLongWay) {
   WaveCase c = swan_case();
-  c.files["dir.blk"].clear();
-  for (int f = 1; f <= 3; ++f) {
-    append_rows(c.files["dir.blk"], 6, 6, false, f, constant(f == 1 ? 350.0f : 10.0f));
-  }
-  WaveRun r(c);
-  r.open();
-  r.at(3.0 * hour);
+  set_swan_fields(c, false, height_in, period_in,
+                  [](int frame, int, int) { return frame == 1 ? 350.0f : 10.0f; });
+  WaveRun r(c, 3.0 * hour);
   EXPECT_NEAR(r.run.waves.WAVEdiry(1), 1.0f, 2e-5f);
 }
 
 TEST(WaveFrames, WithoutHeightThePeriodIsOneSecond) {
   WaveCase c = oswell_case();
   c.files["waves.dat"] = oswell_file(6, 6, 1, 3, constant(0.0f), period_in, constant(0.0f));
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   EXPECT_EQ(r.period(2, 2), 1.0f);
 }
 

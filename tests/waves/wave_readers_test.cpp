@@ -22,9 +22,7 @@ TEST(WaveReaders, EveryFormGivesTheFirstFrameAtItsStart) {
                         {"hyfs", hyfs_case()}};
   for (const Form& form : forms) {
     SCOPED_TRACE(form.name);
-    WaveRun r(form.c);
-    r.open();
-    r.at(0.0);
+    WaveRun r(form.c, 0.0);
     if (std::string(form.name) != "lagoon") {
       expect_waves(r, 1.0f, 0.0f, 1.0f, wave_bearing);
       continue;
@@ -41,9 +39,7 @@ TEST(WaveReaders, NodesOnTheLastRowOrColumnAreOutside) {
   // Five cells: the last column of nodes lies in cell 5.
   c.files["waves.dat"] =
       oswell_file(5, 5, 1, 3, height_in, period_in, constant(90.0f - wave_bearing));
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   EXPECT_FLOAT_EQ(r.height(4, 4), height_in(1, 4, 4));
   EXPECT_EQ(r.height(5, 1), 0.0f);
   EXPECT_EQ(r.height(1, 5), 0.0f);
@@ -60,9 +56,7 @@ TEST(WaveReaders, TurnedGridTurnsPlacesAndDirections) {
   // Along the grid's x axis: to the north.
   c.files["waves.dat"] =
       oswell_file(wave_cells, wave_cells, 1, 3, height_in, period_in, constant(0.0f));
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   EXPECT_NEAR(r.height(5, 1), height_in(1, 1, 1), 1e-6f);  // next to the origin
   EXPECT_NEAR(r.height(5, 4), height_in(1, 4, 1), 1e-6f);
   EXPECT_NEAR(r.height(2, 1), height_in(1, 1, 4), 1e-6f);
@@ -77,9 +71,7 @@ TEST(WaveReaders, LagoonComponentsTurnWithTheGrid) {
       if (line == ":Angle 0.") line = ":Angle 20.";
     }
   }
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   // 60 degrees clockwise from the grid's y axis, which itself points 20 degrees west of north.
   EXPECT_NEAR(r.run.waves.WAVEdirx(WaveRun::node(3, 3)), std::sin(40.0f / 57.29578f), 2e-5f);
   EXPECT_NEAR(r.run.waves.WAVEdiry(WaveRun::node(3, 3)), std::cos(40.0f / 57.29578f), 2e-5f);
@@ -107,9 +99,7 @@ TEST(WaveReaders, ThirdSizeOfTheDepthFileTellsTheKindOfGrid) {
       file.push_back("50. 50. 100. 100. 200. 100.");
       file.push_back("250. 5*100.");
     }
-    WaveRun r(c);
-    r.open();
-    r.at(0.0);
+    WaveRun r(c, 0.0);
     const WaveGrid& grid = r.run.waves.grid[0];
     EXPECT_EQ(grid.variable, depth.variable);
     if (!depth.variable) {
@@ -132,9 +122,7 @@ TEST(WaveReaders, NodesLeftOfAndBelowAVariableGridAreOutside) {
   c.files["waves.sim"][0] = "grid 50. 150. 0.";
   c.files["waves.dep"] = {"6 6 100. 999.", "36*5.", "36*5.",  "36*5.", "36*5.",
                           "36*5.",         "36*5.", "6*100.", "6*100."};
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   EXPECT_EQ(r.height(1, 3), 0.0f);
   EXPECT_EQ(r.height(2, 2), 0.0f);
   EXPECT_FLOAT_EQ(r.height(2, 3), height_in(1, 1, 1));
@@ -176,9 +164,7 @@ TEST(WaveReaders, NestedGridLiesOverTheParent) {
       [](int, int i, int j) { return 10.0f * static_cast<float>(i) + static_cast<float>(j); },
       constant(9.0f), constant(0.0f));
   c.files["nestbreak.dat"] = breaking(3, 3, -2.0f);
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   const WaveState& waves = r.run.waves;
   EXPECT_NEAR(r.height(2, 3), 11.0f,
               1e-5f);  // (100, 200): first row to the north, first to the west
@@ -196,16 +182,9 @@ TEST(WaveReaders, SwanLayoutOneBeginsWithTheTopRow) {
   WaveCase c = swan_case();
   // The last block command counts; without a layout it is 1.
   c.files["waves.swn"][6] = "BLOCK 'COMPGRID' NOHEADER 'dir.blk' DIR";
-  for (const char* name : {"hs.blk", "per.blk", "dir.blk"}) c.files[name].clear();
-  for (int f = 1; f <= 3; ++f) {
-    append_rows(c.files["hs.blk"], 6, 6, true, f, height_in);
-    append_rows(c.files["per.blk"], 6, 6, true, f, period_in);
-    append_rows(c.files["dir.blk"], 6, 6, true, f, constant(180.0f + wave_bearing));
-  }
-  WaveRun r(c);
-  r.open();
+  set_swan_fields(c, true, height_in, period_in, constant(180.0f + wave_bearing));
+  WaveRun r(c, 0.0);
   EXPECT_EQ(r.run.waves.SWANidla, 1);
-  r.at(0.0);
   expect_waves(r, 1.0f, 0.0f, 1.0f, wave_bearing);
   std::fflush(r.run.messages.echo_file);
   EXPECT_NE(read_text(r.folder.path("tiny.input")).find("differ in layout"), std::string::npos);
@@ -215,13 +194,8 @@ TEST(WaveReaders, CartesianSwanDirectionsCountFromThePlanesAxesAlsoOnATurnedGrid
   WaveCase c = swan_case();
   c.files["waves.swn"][2] = "SET LEVEL=0.0 CARTESIAN";
   c.files["waves.swn"][3] = "CGRID REG 450. -50. 90. 500. 500. 5 5 CIRCLE 36 0.05 0.8 24";
-  c.files["dir.blk"].clear();
-  for (int f = 1; f <= 3; ++f) {
-    append_rows(c.files["dir.blk"], 6, 6, false, f, constant(90.0f - wave_bearing));
-  }
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  set_swan_fields(c, false, height_in, period_in, constant(90.0f - wave_bearing));
+  WaveRun r(c, 0.0);
   EXPECT_NEAR(r.height(5, 4), height_in(1, 4, 1), 1e-6f);
   EXPECT_NEAR(r.run.waves.WAVEdirx(13), 0.8660254f, 2e-5f);
   EXPECT_NEAR(r.run.waves.WAVEdiry(13), 0.5f, 2e-5f);
@@ -234,16 +208,12 @@ TEST(WaveReaders, SwanMarksOfLandCountAsNoWaves) {
   const auto land = [](float mark, const CellValue& sea) -> CellValue {
     return [=](int f, int i, int j) { return i == 2 ? mark : sea(f, i, j); };
   };
-  for (const char* name : {"hs.blk", "per.blk", "dir.blk"}) c.files[name].clear();
+  set_swan_fields(c, false, land(-9.0f, height_in), land(-9.0f, period_in),
+                  land(-999.0f, constant(240.0f)));
   for (int f = 1; f <= 3; ++f) {
-    append_rows(c.files["hs.blk"], 6, 6, false, f, land(-9.0f, height_in));
-    append_rows(c.files["per.blk"], 6, 6, false, f, land(-9.0f, period_in));
-    append_rows(c.files["dir.blk"], 6, 6, false, f, land(-999.0f, constant(240.0f)));
     append_rows(c.files["diss.blk"], 6, 6, false, f, land(-9.0f, breaking_in));
   }
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   const WaveState& waves = r.run.waves;
   EXPECT_EQ(r.height(2, 3), 0.0f);
   EXPECT_EQ(r.period(2, 3), 1.0f);
@@ -255,9 +225,7 @@ TEST(WaveReaders, SwanMarksOfLandCountAsNoWaves) {
 }
 
 TEST(WaveReaders, SwanMeshValuesAreLinearWithinItsElements) {
-  WaveRun r(swan_mesh_case());
-  r.open();
-  r.at(0.0);
+  WaveRun r(swan_mesh_case(), 0.0);
   for (int j = 1; j <= 5; ++j) {
     for (int i = 1; i <= 5; ++i) {
       EXPECT_NEAR(r.height(i, j), 1.0 + 0.1 * (i - 1) + 0.2 * (j - 1), 1e-6) << i << ' ' << j;
@@ -274,9 +242,7 @@ TEST(WaveReaders, NodesOutsideTheSwanMeshHaveNoWaves) {
   WaveCase c = swan_mesh_case();
   c.files["swan.14"][3] = "2 250. -100. 5.";
   c.files["swan.14"][4] = "3 250. 900. 5.";
-  WaveRun r(c);
-  r.open();
-  r.at(0.0);
+  WaveRun r(c, 0.0);
   EXPECT_GT(r.height(3, 3), 0.0f);
   EXPECT_EQ(r.height(4, 3), 0.0f);
   EXPECT_EQ(r.period(4, 3), 1.0f);
@@ -300,94 +266,72 @@ TEST(WaveReaders, FileNamesBehindTheirCardMayStandApartAndCardsGoOnBehindThem) {
 TEST(WaveReaders, SwanCommandsComeInManyForms) {
   struct Form {
     const char* what;
+    struct Frames {
+      int count;
+      double start, step;  // hours after 2000-01-01
+    } frames;
     Lines commands;
-    int frames;
-    double start, step;  // hours after 2000-01-01
   };
   const Lines grid = {"CGRID REG -50. -50. 0. 500. 500. 5 5 CIRCLE 36 0.05 0.8 24"};
   const Form forms[] = {
       {"small letters",
+       {2, 0.0, 6.0},
        {"set level=0.0 nautical", "cgrid reg -50. -50. 0. 500. 500. 5 5 circle 36 0.05 0.8",
         "block 'compgrid' nohead 'hs' layout 3 hsign", "compute stat 20000101.000000",
-        "compute stat 20000101.060000", "stop"},
-       2,
-       0.0,
-       6.0},
+        "compute stat 20000101.060000", "stop"}},
       {"mixed letters, abbreviations, no REGULAR, wide spacing and tabs",
+       {5, 0.0, 3.0},
        {"Set   Naut", "CGrid\t-50.   -50.  0. 500.\t500. 5  5 CIRCLE 36 0.05 0.8",
         "BLO 'COMPGRID' NOHEAD 'hs'  LAY   3 HSIGN",
         "Comp  NonStat  20000101.000000  3 Hr  "
         "20000101.120000",
-        "Stop  "},
-       5,
-       0.0,
-       3.0},
+        "Stop  "}},
       {"commas between numbers",
+       {1, 0.0, 0.0},
        {"SET NAUTICAL", "CGRID REG -50.,-50.,0.,500.,500.,5,5 CIRCLE 36 0.05 0.8",
-        "BLOCK 'COMPGRID' NOHEAD 'hs' LAY 3 HSIGN", "COMPUTE 20000101.000000", "STOP"},
-       1,
-       0.0,
-       0.0},
+        "BLOCK 'COMPGRID' NOHEAD 'hs' LAY 3 HSIGN", "COMPUTE 20000101.000000", "STOP"}},
       {"numbers by name",
+       {1, 1.0, 0.0},
        {"SET NAUTICAL",
         "CGRID REG xpc=-50. ypc=-50. alpc=0. xlenc = 500. ylenc= 500. mxc=5 myc =5 CIRCLE 36",
-        "BLOCK 'COMPGRID' NOHEAD 'hs' LAYOUT idla=3 HSIGN", "COMPUTE", "STOP"},
-       1,
-       1.0,
-       0.0},
+        "BLOCK 'COMPGRID' NOHEAD 'hs' LAYOUT idla=3 HSIGN", "COMPUTE", "STOP"}},
       {"commands over several lines, with comments in between and behind",
+       {5, 6.0, 0.5},
        {"SET LEVEL 0. &", "  NAUTICAL", "$ a line of comment does not go on _", "$ _________ &",
         "CGRID REG -50. -50. 0. & ! the corner", "$ and", "500. 500. _",
         "   5 5 CIRCLE 36 0.05 0.8", "BLOCK 'COMPGRID' NOHEAD 'hs' $ a remark $ LAYOUT 3 HSIGN",
-        "COMPUTE NONSTATIONARY 20000101.060000 &", "30 MIN 20000101.080000", "STOP"},
-       5,
-       6.0,
-       0.5},
+        "COMPUTE NONSTATIONARY 20000101.060000 &", "30 MIN 20000101.080000", "STOP"}},
       {"minutes, seconds and days as units; the word left out",
+       {3, 0.0, 24.0},
        {"SET NAUTICAL", grid[0], "BLOCK 'COMPGRID' NOHEAD 'hs' LAY 3 HSIGN",
-        "COMPUTE 20000101.000000 1 DAY 20000103.000000", "STOP"},
-       3,
-       0.0,
-       24.0},
+        "COMPUTE 20000101.000000 1 DAY 20000103.000000", "STOP"}},
       {"an interval that does not fit into the run",
+       {11, 0.0, 4000.0 / 3600.0},
        {"SET NAUTICAL", grid[0], "BLOCK 'COMPGRID' NOHEAD 'hs' LAY 3 HSIGN",
-        "COMP NONST 20000101.000000 4000 SEC 20000101.120000", "STOP"},
-       11,
-       0.0,
-       4000.0 / 3600.0},
+        "COMP NONST 20000101.000000 4000 SEC 20000101.120000", "STOP"}},
       {"the output has times of its own",
+       {4, 6.0, 2.0},
        {"SET NAUTICAL", grid[0],
         "BLOCK 'COMPGRID' NOHEAD 'hs' LAYOUT 3 HSIGN OUTPUT 20000101.060000 2 HR",
-        "COMPUTE NONSTAT 20000101.000000 10 MIN 20000101.120000", "STOP"},
-       4,
-       6.0,
-       2.0},
+        "COMPUTE NONSTAT 20000101.000000 10 MIN 20000101.120000", "STOP"}},
       {"a run in two pieces",
+       {13, 0.0, 1.0},
        {"SET NAUTICAL", grid[0], "BLOCK 'COMPGRID' NOHEAD 'hs' LAYOUT 3 HSIGN",
         "COMPUTE NONSTAT 20000101.000000 1 HR 20000101.060000",
-        "COMPUTE NONSTAT 20000101.060000 1 HR 20000101.120000", "STOP"},
-       13,
-       0.0,
-       1.0},
+        "COMPUTE NONSTAT 20000101.060000 1 HR 20000101.120000", "STOP"}},
       {"a layout in the name of the file",
+       {1, 1.0, 0.0},
        {"SET NAUTICAL", grid[0], "BLOCK 'COMPGRID' NOHEAD 'my layout 1.blk' LAYOUT 3 HSIGN",
-        "COMPUTE STAT", "STOP"},
-       1,
-       1.0,
-       0.0},
+        "COMPUTE STAT", "STOP"}},
       {"lines behind a blank are passed over",
+       {1, 0.0, 0.0},
        {"SET NAUTICAL", " CGRID REG 0. 0. 0. 1. 1. 1 1", grid[0],
         "BLOCK 'COMPGRID' NOHEAD 'hs' LAYOUT 3 HSIGN", "COMPUTE STAT 20000101.000000",
-        " COMPUTE STAT 20000102.000000", " STOP", "", "STOP"},
-       1,
-       0.0,
-       0.0},
+        " COMPUTE STAT 20000102.000000", " STOP", "", "STOP"}},
       {"what stands behind STOP is not read",
+       {1, 0.0, 0.0},
        {"SET NAUTICAL", grid[0], "BLOCK 'COMPGRID' NOHEAD 'hs' LAYOUT 3 HSIGN",
-        "COMPUTE STAT 20000101.000000", "STOP", "CGRID CURV 3 3", "BLOCK 'COMPGRID' NOHEAD 'hs'"},
-       1,
-       0.0,
-       0.0}};
+        "COMPUTE STAT 20000101.000000", "STOP", "CGRID CURV 3 3", "BLOCK 'COMPGRID' NOHEAD 'hs'"}}};
   for (const Form& form : forms) {
     SCOPED_TRACE(form.what);
     WaveCase c = swan_case();
@@ -399,9 +343,9 @@ TEST(WaveReaders, SwanCommandsComeInManyForms) {
     EXPECT_TRUE(waves.WAVEnautical);
     EXPECT_FALSE(waves.swan_on_mesh);
     EXPECT_EQ(waves.SWANidla, 3);
-    EXPECT_EQ(waves.NUMwaveframes, form.frames);
-    EXPECT_EQ(waves.start_waves, 1577836800.0 + form.start * hour);
-    EXPECT_EQ(waves.wave_step, static_cast<float>(form.step * hour));
+    EXPECT_EQ(waves.NUMwaveframes, form.frames.count);
+    EXPECT_EQ(waves.start_waves, 1577836800.0 + form.frames.start * hour);
+    EXPECT_EQ(waves.wave_step, static_cast<float>(form.frames.step * hour));
     EXPECT_EQ(waves.grid[0].NI, 6);
     EXPECT_EQ(waves.grid[0].NJ, 6);
     EXPECT_EQ(waves.grid[0].DX(1), 100.0f);

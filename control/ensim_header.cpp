@@ -1,4 +1,4 @@
-#include "ships/ensim_header.h"
+#include "control/ensim_header.h"
 
 #include "control/text_tools.h"
 
@@ -13,7 +13,7 @@ std::string place_of(const TextReader& in) {
 }  // namespace
 
 bool read_ensim_header(const MessageState& messages, TextReader& in, const TakeKey& take,
-                       std::string& fault) {
+                       std::string& fault, const HeaderWords& words) {
   std::string line;
   while (in.read_line(line)) {
     TABS_TO_BLANKS(line, static_cast<int>(line.size()));
@@ -26,14 +26,12 @@ bool read_ensim_header(const MessageState& messages, TextReader& in, const TakeK
     if (key == ":endheader") return true;
     if (text[0] == ':' && take(key, value)) continue;
     console(messages, "ERROR in line: %s\n", trim_right(line).c_str());
-    fault = place_of(in) +
-            (text[0] == ':' ? "expected another value of the key, found \""
-                            : "expected a key, found \"") +
-            text + "\"";
+    fault = place_of(in) + (text[0] == ':' ? words.for_bad_value : words.for_other_line) +
+            ", found \"" + text + "\"";
     return false;
   }
   console(messages, "ERROR: Premature EndOfFile encountered\n");
-  fault = place_of(in) + "expected :endheader, found the end of the file";
+  fault = place_of(in) + words.for_no_end + ", found the end of the file";
   return false;
 }
 
