@@ -1,5 +1,6 @@
 #include "control/control_file.h"
 
+#include <cmath>
 #include <limits>
 #include <set>
 
@@ -273,6 +274,16 @@ void check_values(const RunState& run) {
   }
 }
 
+// Run time advances from one whole millisecond to another, whatever is left of the step.
+void warn_of_time_step(const RunState& run) {
+  const double milliseconds = run.settings.time_step * 1000.0;
+  constexpr double rounding = 1.0e-6;  // of decimal fractions
+  if (std::abs(milliseconds - std::round(milliseconds)) <= rounding) return;
+  echo_warning(run.messages,
+               "card :time_step: not a whole number of milliseconds: run time advances by whole "
+               "ones, parcels by the step as given");
+}
+
 void read_cards(RunState& run, TextReader& in, CardPass& pass) {
   Settings& s = run.settings;
   std::set<int> cut_lines;  // a line behind a list of names is looked at twice
@@ -302,6 +313,7 @@ void read_cards(RunState& run, TextReader& in, CardPass& pass) {
     echo_warning(run.messages,
                  pass.path + ":" + std::to_string(line) + ": text behind column 256 is not read");
   }
+  warn_of_time_step(run);
 }
 
 // Stored words to the values that the model compares.
