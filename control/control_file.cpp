@@ -259,6 +259,12 @@ void check_values(const RunState& run) {
   if (s.time_step < shortest_step) {
     fatal_error(run.messages, "card :time_step: expected at least 0.0006 s");
   }
+  // Beyond that the start of the run is lost in the rounding of the step before it, and the loop
+  // may never end.
+  constexpr double longest_step = 1.0e11;
+  if (s.time_step > longest_step) {
+    fatal_error(run.messages, "card :time_step: expected at most 1e11 s");
+  }
   constexpr double most_steps = std::numeric_limits<int>::max() - 2;
   if ((s.stop_run - s.start_run) / s.time_step > most_steps) {
     fatal_error(run.messages,

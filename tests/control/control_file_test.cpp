@@ -238,6 +238,7 @@ TEST_F(ControlFile, FaultsInLinesStopTheRun) {
       {":bed_porosity 1\n", "card :bed_porosity: expected less than 1"},
       // 0.0005 s behind a date of this century is 0.00049996 s, which rounds to no millisecond.
       {":time_step 0.0005\n", "card :time_step: expected at least 0.0006 s"},
+      {":time_step 1e306\n", "card :time_step: expected at most 1e11 s"},
       {":temperature -20\n", "card :temperature: expected more than -20 degrees C"},
   };
   run.messages.exit_code = true;
