@@ -1,5 +1,6 @@
 #include "control/control_file.h"
 
+#include <cmath>
 #include <limits>
 #include <set>
 
@@ -258,6 +259,12 @@ void check_values(const RunState& run) {
   if (s.time_step < shortest_step) {
     fatal_error(run.messages, "card :time_step: expected at least 0.0006 s");
   }
+  // Beyond that the start of the run is lost in the rounding of the step before it, and the loop
+  // may never end.
+  constexpr double longest_step = 1.0e11;
+  if (s.time_step > longest_step) {
+    fatal_error(run.messages, "card :time_step: expected at most 1e11 s");
+  }
   constexpr double most_steps = std::numeric_limits<int>::max() - 2;
   if ((s.stop_run - s.start_run) / s.time_step > most_steps) {
     fatal_error(run.messages,
@@ -271,6 +278,16 @@ void check_values(const RunState& run) {
   if (!(s.bed_porosity < 1.0f)) {
     fatal_error(run.messages, "card :bed_porosity: expected less than 1");
   }
+}
+
+// Run time advances from one whole millisecond to another, whatever is left of the step.
+void warn_of_time_step(const RunState& run) {
+  const double milliseconds = run.settings.time_step * 1000.0;
+  constexpr double rounding = 1.0e-6;  // of decimal fractions
+  if (std::abs(milliseconds - std::round(milliseconds)) <= rounding) return;
+  echo_warning(run.messages,
+               "card :time_step: not a whole number of milliseconds: run time advances by whole "
+               "ones, parcels by the step as given");
 }
 
 void read_cards(RunState& run, TextReader& in, CardPass& pass) {
@@ -302,6 +319,7 @@ void read_cards(RunState& run, TextReader& in, CardPass& pass) {
     echo_warning(run.messages,
                  pass.path + ":" + std::to_string(line) + ": text behind column 256 is not read");
   }
+  warn_of_time_step(run);
 }
 
 // Stored words to the values that the model compares.

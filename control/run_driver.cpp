@@ -58,7 +58,7 @@ void take_command_line(RunState& run, const std::vector<std::string>& words) {
     run.clock.CONTROLfile = trim_right(words[0]);
     if (words.size() == 2) {
       constexpr std::size_t longest_word = 32;
-      run.messages.HOSTEDmode = lower_case(words[1].substr(0, longest_word)) == "hst";
+      run.messages.HOSTEDmode = trim_right(lower_case(words[1].substr(0, longest_word))) == "hst";
     }
     return;
   }

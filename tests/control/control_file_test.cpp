@@ -190,6 +190,17 @@ TEST_F(ControlFile, UnknownKeywordIsToldAndTheRunGoesOn) {
   EXPECT_EQ(errors(), ">>>>> Misspelled or obsolete keyword >>>>> :outputinc\n");
 }
 
+TEST_F(ControlFile, StepsOffTheMillisecondsDrawAWarning) {
+  const std::pair<const char*, bool> cases[] = {
+      {"0.1", false}, {"86399.999", false}, {"0.9996", true}, {"0.0015", true}};
+  for (const auto& [step, warned] : cases) {
+    read_with(std::string(":time_step ") + step + "\n");
+    std::fflush(run.messages.echo_file);
+    const std::string log = test::read_text(folder.path("run.input"));
+    EXPECT_EQ(log.find("whole number of milliseconds") != std::string::npos, warned) << step;
+  }
+}
+
 TEST_F(ControlFile, TextBehindColumn256IsDroppedWithAWarning) {
   const Settings& s =
       read_with(":source_file " + std::string(243, 'a') + "bc\n# " + std::string(300, '-') + "\n");
@@ -227,6 +238,7 @@ TEST_F(ControlFile, FaultsInLinesStopTheRun) {
       {":bed_porosity 1\n", "card :bed_porosity: expected less than 1"},
       // 0.0005 s behind a date of this century is 0.00049996 s, which rounds to no millisecond.
       {":time_step 0.0005\n", "card :time_step: expected at least 0.0006 s"},
+      {":time_step 1e306\n", "card :time_step: expected at most 1e11 s"},
       {":temperature -20\n", "card :temperature: expected more than -20 degrees C"},
   };
   run.messages.exit_code = true;

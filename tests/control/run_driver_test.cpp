@@ -69,7 +69,7 @@ TEST_F(Driver, ConsoleOfARunAlone) {
 
 // At the head of step 100 the steps before have released 99 parcels and the instant 5.
 TEST_F(Driver, SecondWordInAnyCaseMakesARunHosted) {
-  const std::string text = shown_with({"FILE", "HST"});
+  const std::string text = shown_with({"FILE", "HST "});
   EXPECT_TRUE(in_order(text, {"\nStarting simulation...\nAdvancing to start time...\n",
                               "\n\n\nSTEP:      100\nDATE: 2000/01/01\nTIME: 00:16:30.0\n\n"
                               "BORN=     104    ALIVE=",
