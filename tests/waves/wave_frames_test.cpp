@@ -109,10 +109,12 @@ TEST(WaveFrames, FrameThatIsCutOffLeavesTheOneBefore) {
       expect_stop(r, static_cast<double>(r.run.waves.wave_step) + 1.0, cut.message);
     }
     add_cards(c.tiny, {":exceed_waves"});
-    WaveRun r(c, 1.5 * static_cast<double>(r.run.waves.wave_step));
-    expect_waves(r, 2.0f, 0.0f, 2.0f, wave_bearing);
-    r.at(10.0 * static_cast<double>(r.run.waves.wave_step));
-    expect_waves(r, 2.0f, 0.0f, 2.0f, wave_bearing);
+    WaveRun r(c);
+    r.open();
+    for (const double steps : {1.5, 10.0}) {
+      r.at(steps * static_cast<double>(r.run.waves.wave_step));
+      expect_waves(r, 2.0f, 0.0f, 2.0f, wave_bearing);
+    }
   }
 }
 
