@@ -60,18 +60,14 @@ void make_basin(RunState& run, const TemporaryFolder& folder) {
       if (std::hypot(node.x - 300.0, node.y - 300.0) < 80.0) node.depth = 0.3f;
     }
   }
-  // The hole: the two elements of one cell.
-  const std::size_t hole = static_cast<std::size_t>(2 * (6 * columns + 16));
-  elements.erase(elements.begin() + static_cast<std::ptrdiff_t>(hole),
-                 elements.begin() + static_cast<std::ptrdiff_t>(hole) + 2);
+  const auto hole = elements.begin() + 2 * (6 * columns + 16);  // the two elements of one cell
+  elements.erase(hole, hole + 2);
   test::set_mesh(run, nodes, elements);
   const auto number = [&](int i, int j) { return j * (columns + 1) + i + 1; };
-  std::vector<int> land, open, island;
-  for (int i = columns; i > 0; --i) land.push_back(number(i, rows));
-  for (int j = rows; j > 0; --j) land.push_back(number(0, j));
-  for (int i = 0; i <= columns; ++i) land.push_back(number(i, 0));
-  for (int j = 0; j <= rows; ++j) open.push_back(number(columns, j));
-  island = {number(16, 6), number(16, 7), number(17, 7), number(17, 6), number(16, 6)};
+  std::vector<int> land, open;
+  test::box_sides(columns, rows, open, land);
+  const std::vector<int> island = {number(16, 6), number(16, 7), number(17, 7), number(17, 6),
+                                   number(16, 6)};
   test::finish_mesh(run, folder, {open}, {land, island});
 }
 
@@ -176,16 +172,15 @@ std::vector<Parcel> random_parcels(const RunState& run, int count) {
   return parcels;
 }
 
-class FastTracking : public testing::TestWithParam<Variant> {};
+// What the parcels of a comparison have met.
+struct Met {
+  int dead = 0, dry = 0, landed = 0, lifted = 0;
+};
 
-TEST_P(FastTracking, GivesTheBytesOfThePlainForm) {
-  const Variant& variant = GetParam();
-  TemporaryFolder folder;
-  RunState run;
-  make_basin(run, folder);
-  set_fields(run, variant);
+// Both forms of some steps of random parcels.
+void compare_forms(RunState& run, int order, int count, int steps, int seed, Met& met) {
   const test::FieldsPointer fields = test::packed_fields(run);
-  std::vector<Parcel> plain = random_parcels(run, 3000);
+  std::vector<Parcel> plain = random_parcels(run, count);
   std::vector<Parcel> fast = plain;
   std::vector<float> plain_vec(3 * plain.size()), fast_vec(3 * plain.size());
   for (std::size_t i = 0; i < plain.size(); ++i) {
@@ -193,37 +188,44 @@ TEST_P(FastTracking, GivesTheBytesOfThePlainForm) {
     fast[i].VEC = &fast_vec[3 * i];
   }
   RandomStream plain_stream, fast_stream;
-  seed_generator(plain_stream, 12345, 67890);
+  seed_generator(plain_stream, 12345, seed);
   fast_stream = plain_stream;
-
-  int dead = 0, dry = 0, landed = 0, lifted = 0;
-  for (int step = 1; step <= 8; ++step) {
+  for (int step = 1; step <= steps; ++step) {
     run.clock.NStep = step;
     for (std::size_t i = 0; i < plain.size(); ++i) {
-      if (!is_true(plain[i].ALIVE)) continue;
-      const bool was_dormant = is_true(plain[i].DORMANT);
-      const TrackReport a = literal::TRACK_PARCEL(run, variant.order, plain[i], plain_stream);
-      const TrackReport b = TRACK_PARCEL(run, *fields, variant.order, fast[i], fast_stream);
-      ASSERT_TRUE(test::same_bytes(plain[i], fast[i]))
-          << "step " << step << " parcel " << i << " x " << plain[i].X << " " << fast[i].X << " y "
-          << plain[i].Y << " " << fast[i].Y << " h " << plain[i].h << " " << fast[i].h
-          << " mobility " << plain[i].MOBILITY << " " << fast[i].MOBILITY;
-      ASSERT_TRUE(test::same_stream(plain_stream, fast_stream)) << step << " " << i;
-      ASSERT_EQ(std::memcmp(plain[i].VEC, fast[i].VEC, 12), 0) << step << " " << i;
+      const Parcel &p = plain[i], &q = fast[i];
+      if (!is_true(p.ALIVE)) continue;
+      const bool was_dormant = is_true(p.DORMANT);
+      const TrackReport a = literal::TRACK_PARCEL(run, order, plain[i], plain_stream);
+      const TrackReport b = TRACK_PARCEL(run, *fields, order, fast[i], fast_stream);
+      ASSERT_TRUE(test::same_bytes(p, q) && std::memcmp(p.VEC, q.VEC, 12) == 0 &&
+                  test::same_stream(plain_stream, fast_stream))
+          << "step " << step << " parcel " << i << " x " << p.X << " " << q.X << " y " << p.Y << " "
+          << q.Y << " h " << p.h << " " << q.h << " mobility " << p.MOBILITY << " " << q.MOBILITY;
       ASSERT_EQ(a.status, b.status);
       ASSERT_EQ(a.dry, b.dry);
       ASSERT_EQ(a.displacement_squared, b.displacement_squared);
-      dead += is_true(plain[i].ALIVE) ? 0 : 1;
-      dry += a.dry ? 1 : 0;
-      landed += !was_dormant && is_true(plain[i].DORMANT) ? 1 : 0;
-      lifted += was_dormant && !is_true(plain[i].DORMANT) ? 1 : 0;
+      met.dead += is_true(p.ALIVE) ? 0 : 1;
+      met.dry += a.dry ? 1 : 0;
+      met.landed += !was_dormant && is_true(p.DORMANT) ? 1 : 0;
+      met.lifted += was_dormant && !is_true(p.DORMANT) ? 1 : 0;
     }
   }
-  // The comparison must have met these.
-  EXPECT_GT(dry, 0);
-  EXPECT_GT(dead, 0);
-  EXPECT_GT(landed, 0);
-  EXPECT_GT(lifted, 0);
+}
+
+class FastTracking : public testing::TestWithParam<Variant> {};
+
+TEST_P(FastTracking, GivesTheBytesOfThePlainForm) {
+  TemporaryFolder folder;
+  RunState run;
+  make_basin(run, folder);
+  set_fields(run, GetParam());
+  Met met;
+  compare_forms(run, GetParam().order, 3000, 8, 67890, met);
+  EXPECT_GT(met.dry, 0);
+  EXPECT_GT(met.dead, 0);
+  EXPECT_GT(met.landed, 0);
+  EXPECT_GT(met.lifted, 0);
 }
 
 // All settings drawn by lot, also values that no single case has.
@@ -290,33 +292,9 @@ TEST(FastTrackingByLot, GivesTheBytesOfThePlainForm) {
     make_basin(run, folder);
     set_fields(run, variant);
     draw_settings(run, random);
-    const test::FieldsPointer fields = test::packed_fields(run);
-    std::vector<Parcel> plain = random_parcels(run, 400);
-    std::vector<Parcel> fast = plain;
-    std::vector<float> plain_vec(3 * plain.size()), fast_vec(3 * plain.size());
-    for (std::size_t i = 0; i < plain.size(); ++i) {
-      plain[i].VEC = &plain_vec[3 * i];
-      fast[i].VEC = &fast_vec[3 * i];
-    }
-    RandomStream plain_stream, fast_stream;
-    seed_generator(plain_stream, 12345, static_cast<int>(lot));
-    fast_stream = plain_stream;
-    for (int step = 1; step <= 5; ++step) {
-      run.clock.NStep = step;
-      for (std::size_t i = 0; i < plain.size(); ++i) {
-        if (!is_true(plain[i].ALIVE)) continue;
-        const TrackReport a = literal::TRACK_PARCEL(run, variant.order, plain[i], plain_stream);
-        const TrackReport b = TRACK_PARCEL(run, *fields, variant.order, fast[i], fast_stream);
-        ASSERT_TRUE(test::same_bytes(plain[i], fast[i]))
-            << "lot " << lot << " step " << step << " parcel " << i << " x " << plain[i].X << " "
-            << fast[i].X << " y " << plain[i].Y << " " << fast[i].Y << " h " << plain[i].h << " "
-            << fast[i].h << " mobility " << plain[i].MOBILITY << " " << fast[i].MOBILITY;
-        ASSERT_TRUE(test::same_stream(plain_stream, fast_stream)) << lot << " " << step << " " << i;
-        ASSERT_EQ(std::memcmp(plain[i].VEC, fast[i].VEC, 12), 0) << lot << " " << step << " " << i;
-        ASSERT_EQ(a.status, b.status);
-        ASSERT_EQ(a.dry, b.dry);
-      }
-    }
+    SCOPED_TRACE(lot);
+    Met met;
+    compare_forms(run, variant.order, 400, 5, static_cast<int>(lot), met);
   }
 }
 

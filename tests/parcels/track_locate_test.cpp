@@ -36,12 +36,14 @@ void make_mesh(RunState& run, const TemporaryFolder& folder, bool overlap) {
   const auto hole = elements.begin() + 2 * (5 * columns + 7);
   elements.erase(hole, hole + 2);
   if (overlap) {
-    nodes.push_back({30.0, 30.0, 4.0f});
-    nodes.push_back({42.0, 31.0, 4.0f});
-    nodes.push_back({36.0, 42.0, 4.0f});
-    nodes.push_back({60.0, 20.0, 4.0f});
-    nodes.push_back({120.0, 20.001, 4.0f});
-    nodes.push_back({90.0, 20.002, 4.0f});
+    for (const auto& [x, y] : {std::pair{30.0, 30.0},
+                               {42.0, 31.0},
+                               {36.0, 42.0},
+                               {60.0, 20.0},
+                               {120.0, 20.001},
+                               {90.0, 20.002}}) {
+      nodes.push_back({x, y, 4.0f});
+    }
     const int n = static_cast<int>(nodes.size());
     elements.push_back({n - 5, n - 4, n - 3});
     elements.push_back({n - 2, n - 1, n});
