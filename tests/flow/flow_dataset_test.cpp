@@ -6,7 +6,6 @@
 #include "control/run_clock.h"
 #include "flow/dataset_runs.h"
 #include "flow/flow_datasets.h"
-#include "flow/vertical_profile.h"
 
 namespace dfl {
 namespace {
@@ -17,6 +16,7 @@ using test::day_2000;
 using test::FlowRun;
 using test::hyfs_run;
 using test::LatticeRun;
+using test::two_node_run;
 using test::Values;
 using test::write_two_nodes;
 
@@ -39,11 +39,7 @@ void open_hyfs(RunState& run) {
 
 TEST(FlowDatasets, NodeFramesWithChangingIntervalsAndOneSkipped) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {60, 120, 180, 300});
-  }
-  hyfs_run(f).run.settings.start_flow = 1000.0;
+  two_node_run(f, {60, 120, 180, 300}).run.settings.start_flow = 1000.0;
   open_hyfs(f.run);
   FLOW_START(f.run);
   const FlowState& flow = f.run.flow;
@@ -75,11 +71,7 @@ TEST(FlowDatasets, NodeFramesWithChangingIntervalsAndOneSkipped) {
 
 TEST(FlowDatasets, OneStepIsHeldAndCoversEveryTime) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {500});
-  }
-  hyfs_run(f).run.settings.stop_run = 1.0e9;
+  two_node_run(f, {500}).run.settings.stop_run = 1.0e9;
   open_hyfs(f.run);
   FLOW_START(f.run);
   for (const double t : {0.0, 500.0, 1.0e9}) {
@@ -268,18 +260,12 @@ TEST(FlowDatasets, LatticeCellsComeToTheirNodes) {
   LatticeRun f(FlowFormat::gr3d, 4, 3, 2);
   {
     DatasetFile file(f.folder.path("flow.h5"));
-    f.write(
-        file, "z", [](int i, int j, int) { return static_cast<float>(i + 10 * j); }, 1);
-    f.write(
-        file, "u", [](int i, int, int k) { return static_cast<float>(i * k); }, 2);
-    f.write(
-        file, "v", [](int, int j, int k) { return static_cast<float>(j + k); }, 2);
-    f.write(
-        file, "w", [](int, int, int k) { return 0.1f * static_cast<float>(k); }, 2);
-    f.write(
-        file, "s", [](int i, int, int k) { return i == 1 && k == 1 ? -999.0f : 20.0f; }, 2);
-    f.write(
-        file, "t", [](int, int, int k) { return static_cast<float>(10 * k); }, 2);
+    f.write(file, "z", 1, [](int i, int j, int) { return static_cast<float>(i + 10 * j); });
+    f.write(file, "u", 2, [](int i, int, int k) { return static_cast<float>(i * k); });
+    f.write(file, "v", 2, [](int, int j, int k) { return static_cast<float>(j + k); });
+    f.write(file, "w", 2, [](int, int, int k) { return 0.1f * static_cast<float>(k); });
+    f.write(file, "s", 2, [](int i, int, int k) { return i == 1 && k == 1 ? -999.0f : 20.0f; });
+    f.write(file, "t", 2, [](int, int, int k) { return static_cast<float>(10 * k); });
   }
   f.open();
   FLOW_START(f.run);
@@ -318,7 +304,7 @@ TEST(FlowDatasets, NodeBesideALatticeCellWithoutValueIsDry) {
   {
     DatasetFile file(f.folder.path("flow.h5"));
     const auto dry_left = [](int i, int, int) { return i == 1 ? -999.0f : 1.0f; };
-    for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, dry_left, 1);
+    for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, 1, dry_left);
   }
   f.open();
   FLOW_START(f.run);
@@ -343,24 +329,15 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
   {
     DatasetFile file(f.folder.path("flow.h5"));
     // The last column is dry: all planes in one height.
-    f.write(
-        file, "grid/z",
-        [](int i, int, int k) {
-          return i == 3 ? -1.0f : -10.0f + 12.0f * 0.25f * static_cast<float>(k - 1);
-        },
-        5);
-    f.write(
-        file, "grid/u",
-        [](int i, int j, int k) {
-          return i == 3 && j == 3 && k == 1 ? -999.0f : static_cast<float>(10 * i + k);
-        },
-        5);
-    f.write(
-        file, "grid/v", [](int, int j, int k) { return static_cast<float>(j * k); }, 5);
-    f.write(
-        file, "grid/w", [](int, int, int k) { return static_cast<float>(k * k); }, 5);
-    f.write(
-        file, "grid/s", [](int, int, int k) { return static_cast<float>(30 + k); }, 5);
+    f.write(file, "grid/z", 5, [](int i, int, int k) {
+      return i == 3 ? -1.0f : -10.0f + 12.0f * 0.25f * static_cast<float>(k - 1);
+    });
+    f.write(file, "grid/u", 5, [](int i, int j, int k) {
+      return i == 3 && j == 3 && k == 1 ? -999.0f : static_cast<float>(10 * i + k);
+    });
+    f.write(file, "grid/v", 5, [](int, int j, int k) { return static_cast<float>(j * k); });
+    f.write(file, "grid/w", 5, [](int, int, int k) { return static_cast<float>(k * k); });
+    f.write(file, "grid/s", 5, [](int, int, int k) { return static_cast<float>(30 + k); });
   }
   f.open();
   FLOW_START(f.run);
@@ -383,41 +360,10 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
   // One level without a value leaves none for the average.
   EXPECT_EQ(flow.Unew(f.node(3, 3), 0), dry_surface);
   EXPECT_FLOAT_EQ(flow.Vnew(n, 0), 2.5f * 2.5f);
-}
-
-TEST(FlowDatasets, VelocityAtAHeightFollowsTheLevelsOfTheNode) {
-  // Shear u = 2 sigma over two columns of one and two metres, evenly spaced planes.
-  LatticeRun f(FlowFormat::n3d, 2, 2, 8);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    f.write(
-        file, "grid/z",
-        [](int i, int, int k) {
-          return static_cast<float>(i) * (static_cast<float>(k - 1) / 8.0f - 1.0f);
-        },
-        9);
-    // Sides carry the velocity of the level whose plane they share, at its middle.
-    const auto shear = [](int, int, int k) { return 2.0f * (static_cast<float>(k) - 0.5f) / 8.0f; };
-    f.write(file, "grid/u", shear, 9);
-    for (const char* path : {"grid/v", "grid/w", "grid/s"}) {
-      f.write(
-          file, path, [](int, int, int) { return 0.0f; }, 9);
-    }
-  }
-  f.open();
-  FLOW_START(f.run);
-  advance(f.run, 30.0);
-  const FlowState& flow = f.run.flow;
-  for (int n = 1; n <= 4; ++n) {
-    const float H = n % 2 == 1 ? 1.0f : 2.0f;
-    EXPECT_FLOAT_EQ(flow.Unode(n, 0), 1.0f);  // depth average of 2 sigma
-    for (const float r : {0.03f, 0.25f, 0.5f, 0.8f}) {
-      EXPECT_NEAR(VERT_INTERP(flow, FlowFormat::n3d, r * H, H, 0, EndRule::to_zero, EndRule::hold,
-                              flow.Unode, n),
-                  2.0f * r, 1.0e-5f)
-          << n << " " << r;
-    }
-  }
+  advance(f.run, 30.0);  // both frames are alike
+  for (int k = 1; k <= 4; ++k) EXPECT_FLOAT_EQ(flow.SIGnode(n, k), flow.SIGnew(n, k));
+  EXPECT_FLOAT_EQ(flow.Unode(n, 0), 27.5f);
+  EXPECT_EQ(flow.Unode(f.node(3, 3), 0), 0.0f);
 }
 
 TEST(FlowDatasets, LevelsMoveOnWithTheFrames) {
@@ -459,7 +405,7 @@ TEST(FlowDatasets, LatticeCellsWarnWhereTheirUnitIsNotTheCards) {
       DatasetFile file(f.folder.path("flow.h5"));
       file.info.time_units = "Hours";
       const auto one = [](int, int, int) { return 1.0f; };
-      for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, one, 1);
+      for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, 1, one);
     }
     f.open();
     EXPECT_EQ(f.run.flow.dTime, 60.0f * step);
@@ -478,9 +424,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
     DatasetFile file(f.folder.path("flow.h5"));
     const auto one = [](int, int, int) { return 1.0f; };
     for (const char* path : {"grid/z", "grid/u", "grid/w", "grid/s"}) {
-      f.write(file, path, one, 2, {0, 60, 120, 150});
+      f.write(file, path, 2, one, {0, 60, 120, 150});
     }
-    f.write(file, "grid/v", one, 2, {0, 60, 121, 150});
+    f.write(file, "grid/v", 2, one, {0, 60, 121, 150});
   }
   f.open();
   const std::string console = f.console_text();
@@ -497,19 +443,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
 
 TEST(FlowDatasets, BottomFlowIsBlendedWithTheMainFlow) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {0, 60, 120});
-    DatasetFile bottom(f.folder.path("bottom.h5"));
-    bottom.info.values = 2;
-    bottom.vector("ub", {0, 60, 120}, {{0, 1, 2, 3}, {6, 1, 2, 3}, {12, 1, 2, 3}});
-  }
-  Settings& s = hyfs_run(f).run.settings;
-  s.method.velocity = VelocityMethod::two_point;
-  s.method.bottom_flow = FlowFormat::hyfs;
-  s.bottom_flow_file = f.folder.path("bottom.h5");
-  s.hyfs_bot_path = "ub";
-  s.bottom_mask_file = f.folder.write("mask", "title\n2\n1 0\n2 1\n");
+  two_node_run(f, {0, 60, 120});
+  test::bottom_flow(f, 3);
+  f.run.settings.bottom_mask_file = f.folder.write("mask", "title\n2\n1 0\n2 1\n");
   OPEN_BOTTOM_FLOW(f.run);
   open_hyfs(f.run);
   FLOW_START(f.run);
@@ -530,18 +466,8 @@ TEST(FlowDatasets, BottomFlowIsBlendedWithTheMainFlow) {
 
 TEST(FlowDatasets, BottomFlowThatEndsEarlyStopsTheRun) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {0, 60, 120});
-    DatasetFile bottom(f.folder.path("bottom.h5"));
-    bottom.info.values = 2;
-    bottom.vector("ub", {0, 60}, {{0, 1, 2, 3}, {6, 1, 2, 3}});
-  }
-  Settings& s = hyfs_run(f).run.settings;
-  s.method.velocity = VelocityMethod::two_point;
-  s.method.bottom_flow = FlowFormat::hyfs;
-  s.bottom_flow_file = f.folder.path("bottom.h5");
-  s.hyfs_bot_path = "ub";
+  two_node_run(f, {0, 60, 120});
+  test::bottom_flow(f, 2);
   OPEN_BOTTOM_FLOW(f.run);
   open_hyfs(f.run);
   FLOW_START(f.run);
