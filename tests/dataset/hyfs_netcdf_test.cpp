@@ -5,12 +5,12 @@
 #include <cstdlib>
 
 #include "common/test_run.h"
-#include "dataset/hyfs.h"
+#include "dataset/hyfs_calls.h"
 
 namespace dfl {
 namespace {
 
-using test::TemporaryFolder;
+using namespace test;
 
 bool runs(const std::string& command) {
   return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
@@ -32,42 +32,6 @@ std::string python_with(const std::string& modules) {
     if (runs(std::string(python) + " -c 'import " + modules + "'")) return python;
   }
   return "";
-}
-
-HyfsHandle open(const std::string& path) {
-  HyfsHandle file = 0;
-  EXPECT_EQ(hfopenfile_f(path, true, file), 0) << path;
-  return file;
-}
-
-HyfsHandle group_at(HyfsHandle parent, const std::string& path) {
-  HyfsHandle group = 0;
-  EXPECT_EQ(hfopengroup_f(parent, path, group), 0) << path;
-  return group;
-}
-
-std::vector<float> scalar(HyfsHandle set, int index) {
-  std::vector<float> values;
-  EXPECT_EQ(hfreadscalarvaluestimestep_f(set, index, values), 0);
-  return values;
-}
-
-std::vector<double> times_of(HyfsHandle set) {
-  std::vector<double> times;
-  EXPECT_EQ(hfgetdatasettimes_f(set, times), 0);
-  return times;
-}
-
-std::string units_of(HyfsHandle set) {
-  std::string units;
-  EXPECT_EQ(hfgetdatasettimeunits_f(set, units), 0);
-  return units;
-}
-
-double reference_of(HyfsHandle set) {
-  double day = 0.0;
-  EXPECT_EQ(hfreadreftime_f(set, day), 0);
-  return day;
 }
 
 // As the flow model writes it, with the storage forms that NetCDF allows beside.
@@ -113,59 +77,48 @@ class NetcdfInput : public testing::Test {
 
 TEST_F(NetcdfInput, ElevationWithItsTimesUnitsAndDate) {
   const HyfsHandle set = group_at(file, "zeta");
-  int number = 0, values = 0, location = 9;
-  EXPECT_EQ(hfgetdatasetnumtimes_f(set, number), 0);
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-  EXPECT_EQ(hfgetscalardatalocation_f(set, location), 0);
-  EXPECT_EQ((std::vector<int>{number, values, location}), (std::vector<int>{2, 3, -1}));
-  EXPECT_EQ(times_of(set), (std::vector<double>{0, 1800.5}));
-  EXPECT_EQ(units_of(set), "Seconds");
-  EXPECT_EQ(reference_of(set), 2451544.5);
-  EXPECT_EQ(scalar(set, 1), (std::vector<float>{1, 2, -99999}));
-  EXPECT_EQ(scalar(set, 2), (std::vector<float>{4, 5, 6}));
-  EXPECT_EQ(hfgetscalardatalocation_f(group_at(file, "face_value"), location), 0);
-  EXPECT_EQ(location, 0);
+  EXPECT_EQ(get(hfgetdatasetnumtimes_f, set), 2);
+  EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 3);
+  EXPECT_EQ(get(hfgetscalardatalocation_f, set), -1);
+  EXPECT_EQ(get(hfgetdatasettimes_f, set), (std::vector<double>{0, 1800.5}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, set), "Seconds");
+  EXPECT_EQ(get(hfreadreftime_f, set), 2451544.5);
+  EXPECT_EQ(read(set, 1), (std::vector<float>{1, 2, -99999}));
+  EXPECT_EQ(read(set, 2), (std::vector<float>{4, 5, 6}));
+  EXPECT_EQ(get(hfgetscalardatalocation_f, group_at(file, "face_value")), 0);
 }
 
 TEST_F(NetcdfInput, StoredFormsBecomeRealsAndMissingValuesDry) {
-  EXPECT_EQ(scalar(group_at(file, "count"), 2), (std::vector<float>{4, 5, 16777216}));
-  EXPECT_EQ(scalar(group_at(file, "packed"), 1), (std::vector<float>{10, 11, -99999}));
-  EXPECT_EQ(scalar(group_at(file, "gaps"), 1), (std::vector<float>{1, -99999, 3}));
+  EXPECT_EQ(read(group_at(file, "count"), 2), (std::vector<float>{4, 5, 16777216}));
+  EXPECT_EQ(read(group_at(file, "packed"), 1), (std::vector<float>{10, 11, -99999}));
+  EXPECT_EQ(read(group_at(file, "gaps"), 1), (std::vector<float>{1, -99999, 3}));
   // Planes outermost.
-  EXPECT_EQ(scalar(group_at(file, "levels"), 2), (std::vector<float>{7, 8, 9, 10, 11, 12}));
+  EXPECT_EQ(read(group_at(file, "levels"), 2), (std::vector<float>{7, 8, 9, 10, 11, 12}));
   const HyfsHandle depth = group_at(file, "depth");
-  EXPECT_EQ(times_of(depth), std::vector<double>{0.0});
-  EXPECT_EQ(scalar(depth, 1), (std::vector<float>{10, 20, 30}));
-  std::vector<int> nodes;
-  EXPECT_EQ(hfreadpropertyint_f(file, "nodes", nodes), 0);
-  EXPECT_EQ(nodes, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, depth), std::vector<double>{0.0});
+  EXPECT_EQ(read(depth, 1), (std::vector<float>{10, 20, 30}));
+  EXPECT_EQ(get(hfreadpropertyint_f, file, "nodes"), (std::vector<int>{1, 2, 3}));
 }
 
 TEST_F(NetcdfInput, ATimeThatDoesNotGrowIsATimeStill) {
   const HyfsHandle set = group_at(file, "fixed");
-  EXPECT_EQ(times_of(set), (std::vector<double>{0, 6}));
-  EXPECT_EQ(units_of(set), "Hours");
-  EXPECT_EQ(reference_of(set), 2451544.0);
-  EXPECT_EQ(scalar(set, 2), (std::vector<float>{4, 5, 6}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, set), (std::vector<double>{0, 6}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, set), "Hours");
+  EXPECT_EQ(get(hfreadreftime_f, set), 2451544.0);
+  EXPECT_EQ(read(set, 2), (std::vector<float>{4, 5, 6}));
 }
 
 TEST_F(NetcdfInput, VelocityOfTwoVariablesOrOfOneWithPairs) {
-  int values = 0;
-  std::vector<float> pairs;
   HyfsHandle set = group_at(file, "u-vel,v-vel");
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-  EXPECT_EQ(values, 3);
-  EXPECT_EQ(hfreadvectorvaluestimestep_f(set, 2, pairs), 0);
-  EXPECT_EQ(pairs, (std::vector<float>{4, -4, 5, -5, 6, -6}));
-  EXPECT_EQ(units_of(set), "Seconds");
+  EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 3);
+  EXPECT_EQ(read_pairs(set, 2), (std::vector<float>{4, -4, 5, -5, 6, -6}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, set), "Seconds");
   set = group_at(file, "pair");
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-  EXPECT_EQ(values, 3);
-  EXPECT_EQ(hfreadvectorvaluestimestep_f(set, 1, pairs), 0);
-  EXPECT_EQ(pairs, (std::vector<float>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 3);
+  EXPECT_EQ(read_pairs(set, 1), (std::vector<float>{1, 2, 3, 4, 5, 6}));
   // Components of different size are no vector.
-  set = group_at(file, "zeta,levels");
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), hyfs_size_incorrect);
+  int values = 0;
+  EXPECT_EQ(hfgetdatasetnumvals_f(group_at(file, "zeta,levels"), values), hyfs_size_incorrect);
 }
 
 // ---- files of Python users ----
@@ -198,28 +151,19 @@ with h5py.File(sys.argv[1], 'w') as f:
   const std::string path = folder.path("a.h5");
   ASSERT_EQ(output_of(python + " '" + script + "' '" + path + "'"), "");
   const HyfsHandle file = open(path);
-  std::vector<float> sizes;
-  std::vector<int> nodes;
-  EXPECT_EQ(hfreadpropertyfloat_f(file, "Datasets/D50", sizes), 0);
-  EXPECT_EQ(sizes, (std::vector<float>{0.1f, 0.25f}));
-  EXPECT_EQ(hfreadpropertyint_f(file, "Nodes", nodes), 0);
-  EXPECT_EQ(nodes, std::vector<int>{2});
-  EXPECT_EQ(scalar(group_at(file, "Datasets/D50"), 1), (std::vector<float>{0.1f, 0.25f}));
+  EXPECT_EQ(get(hfreadpropertyfloat_f, file, "Datasets/D50"), (std::vector<float>{0.1f, 0.25f}));
+  EXPECT_EQ(get(hfreadpropertyint_f, file, "Nodes"), std::vector<int>{2});
+  EXPECT_EQ(read(group_at(file, "Datasets/D50"), 1), (std::vector<float>{0.1f, 0.25f}));
   const HyfsHandle wse = group_at(file, "wse");
-  EXPECT_EQ(times_of(wse), (std::vector<double>{0, 3}));
-  EXPECT_EQ(units_of(wse), "Days");
-  EXPECT_EQ(reference_of(wse), 2451943.75);
-  EXPECT_EQ(scalar(wse, 2), (std::vector<float>{2, 3}));
-  std::vector<float> pairs;
-  EXPECT_EQ(hfreadvectorvaluestimestep_f(group_at(file, "flow"), 1, pairs), 0);
-  EXPECT_EQ(pairs, (std::vector<float>{1, 2, 1, 2}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, wse), (std::vector<double>{0, 3}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, wse), "Days");
+  EXPECT_EQ(get(hfreadreftime_f, wse), 2451943.75);
+  EXPECT_EQ(read(wse, 2), (std::vector<float>{2, 3}));
+  EXPECT_EQ(read_pairs(group_at(file, "flow"), 1), (std::vector<float>{1, 2, 1, 2}));
   const HyfsHandle grid = group_at(file, "Grid");
   std::vector<double> coordinates;
-  double bearing = 0.0;
-  EXPECT_EQ(hfgetgridcoordsi_f(grid, coordinates), 0);
-  EXPECT_EQ(coordinates, (std::vector<double>{10, 20}));
-  EXPECT_EQ(hfgetbearing_f(grid, bearing), 0);
-  EXPECT_EQ(bearing, 15.0);
+  EXPECT_EQ(get(hfgetgridcoordsi_f, grid), (std::vector<double>{10, 20}));
+  EXPECT_EQ(get(hfgetbearing_f, grid), 15.0);
   EXPECT_EQ(hfgetgridcoordsj_f(grid, coordinates), hyfs_does_not_exist);
   EXPECT_EQ(hfclosefile_f(file), 0);
 }
@@ -231,7 +175,7 @@ void write_maps(const std::string& path) {
   info.kind = "maps";
   info.start_date = "2020-03-01 00:00:00";
   info.expected_values = 4;
-  HyfsHandle file = 0, wse = 0, flow = 0;
+  HyfsHandle file = 0;
   ASSERT_EQ(hfcreatefile_f(path, true, info, file), 0);
   ASSERT_EQ(hfwritemesh_f(file, {{0, 1, 0, 1}, {0, 0, 1, 1}, {-1, -2, -3, -4}, {1, 2, 3, 2, 4, 3}}),
             0);
@@ -239,13 +183,10 @@ void write_maps(const std::string& path) {
   HyfsDatasetInfo data;
   data.units = "m";
   data.compression = 1;
-  ASSERT_EQ(hfcreatescalardataset_f(file, "wse", data, wse), 0);
-  ASSERT_EQ(hfcreatevectordataset_f(file, "flow", data, flow), 0);
-  const std::vector<float> values{0.5f, 1, 2, -99999};
-  const std::vector<float> pairs{1, 2, 3, 4, 5, 6, 7, 8};
+  const HyfsHandle wse = test::scalar(file, "wse", data), flow = test::vector(file, "flow", data);
   for (const double time : {0.0, 900.0}) {
-    EXPECT_EQ(hfwritescalartimestep_f(wse, time, values.data(), 4), 0);
-    EXPECT_EQ(hfwritevectortimestep_f(flow, time, pairs.data(), 4), 0);
+    EXPECT_EQ(write(wse, time, {0.5f, 1, 2, -99999}), 0);
+    EXPECT_EQ(write_pairs(flow, time, {1, 2, 3, 4, 5, 6, 7, 8}), 0);
   }
   ASSERT_EQ(hfclosefile_f(file), 0);
 }
@@ -254,21 +195,19 @@ void write_parcels(const std::string& path, const std::string& group_path) {
   HyfsFileInfo info;
   info.kind = "particles";
   info.start_date = "2020-03-01 00:00:00";
-  HyfsHandle file = 0, group = 0, state = 0, id = 0;
+  HyfsHandle file = 0, group = 0, state = 0;
   ASSERT_EQ(hfcreatefile_f(path, true, info, file), 0);
   ASSERT_EQ(hfcreategeometricpathgroup_f(file, group_path, "1-2-3", 1, group), 0);
   HyfsDatasetInfo data;
   ASSERT_EQ(hfcreatescalardsetextndbl_f(group, "state", data, state), 0);
   const std::vector<double> positions{1, 2, 3, 4, 5, 6};
-  const std::vector<float> values{1, 0};
   EXPECT_EQ(hfwriteparticletimestep_f(group, 0.0, 1, positions.data()), 0);
-  EXPECT_EQ(hfwritescalartimestep_f(state, 0.0, values.data(), 1), 0);
+  EXPECT_EQ(write(state, 0.0, {1}), 0);
   EXPECT_EQ(hfwriteparticletimestep_f(group, 60.0, 2, positions.data()), 0);
   EXPECT_EQ(hfextendscalardataset_f(state, 2), 0);
-  EXPECT_EQ(hfwritescalartimestep_f(state, 60.0, values.data(), 2), 0);
+  EXPECT_EQ(write(state, 60.0, {1, 0}), 0);
   data.location = "trajectory";
-  ASSERT_EQ(hfcreatescalardataset_f(group, "grain size", data, id), 0);
-  EXPECT_EQ(hfwritescalartimestep_f(id, 0.0, values.data(), 2), 0);
+  EXPECT_EQ(write(test::scalar(group, "grain size", data), 0.0, {1, 0}), 0);
   ASSERT_EQ(hfclosefile_f(file), 0);
 }
 
