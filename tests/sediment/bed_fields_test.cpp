@@ -359,11 +359,10 @@ TEST(BedFields, ProfileMethodInCalmWaterKeepsItsRoughness) {
 }
 
 TEST(BedFields, HardInputGivesNoNan) {
-  struct Case {
+  const struct {
     const char* name;
     float D50, D90, H, T, U, h, rhos;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"period 0", 0.0002f, 0.0004f, 0.0f, 0.0f, 0.5f, 4.0f, 2650.0f},
       {"period below 0", 0.0002f, 0.0004f, 1.0f, -1.0f, 0.5f, 4.0f, 2650.0f},
       {"no grain", 0.0f, 0.0f, 1.0f, 6.0f, 0.5f, 4.0f, 2650.0f},
@@ -376,7 +375,7 @@ TEST(BedFields, HardInputGivesNoNan) {
     for (const TransportFormula formula :
          {TransportFormula::soulsby_van_rijn, TransportFormula::van_rijn_2017,
           TransportFormula::camenen_larson, TransportFormula::lund, TransportFormula::cohesive}) {
-      for (const Case& c : cases) {
+      for (const auto& c : cases) {
         RunState run;
         bed_run(run, 1, 1, c.h);
         run.settings.method.eulerian = method;

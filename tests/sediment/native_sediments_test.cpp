@@ -240,19 +240,15 @@ TEST(NativeSedimentsDeathTest, BadGridFilesStop) {
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), message) << text;
   }
   constexpr float infinite = std::numeric_limits<float>::infinity();
-  const Sizes one = {{1}, {1}, {1}}, three = {{1, 1, 1}, {1, 1, 1}, {1, 1, 1}};
+  // The rest is common with nodes.
   const struct {
     bool property;
     int nodes;
     Sizes sizes;
     const char* message;
   } cases[] = {
-      {true, -1, two_sizes, "HF_READ_PROPERTY_INT\\(NUMnode\\) error"},
       {true, 3, two_sizes, "Number of nodes in sediment file does not match grid"},
-      {true, 2, one, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
-      {true, 2, three, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
-      {false, 2, one, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
-      {false, 2, three, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
+      {false, 2, {{1}, {1}, {1}}, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
       {true, 2, {{1, 1}, {1, infinite}, {1, 1}}, "\"D50\" has no grain size at cell 2"},
   };
   for (const auto& c : cases) {
@@ -263,24 +259,14 @@ TEST(NativeSedimentsDeathTest, BadGridFilesStop) {
     write_sizes(run, c.property, c.sizes, c.nodes);
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
   }
-  // The third of the paths is wrong.
-  TemporaryFolder folder;
-  RunState run;
-  two_cells(run, folder, SedimentsFormat::hyfs_n2d);
-  set_layout(run, false);
-  run.settings.hyfs_d90_path = "Other";
-  write_sizes(run, false, two_sizes, 2);
-  EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0),
-              "HF_OPEN_GROUP\\(sediments-d90\\) error");
 }
 
 TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
-  struct Case {
+  const struct {
     SedimentsFormat format;
     const char* text;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {SedimentsFormat::adcirc, "t\n2 5\n", "Native sediments file error \\(NUMnode\\)"},
       {SedimentsFormat::adcirc, "t\n3 4\n", "Native sediments file error \\(NUMelem\\)"},
       {SedimentsFormat::adcirc, "t\n2 4\n1 0 0 1 1 1\n9 0 0 1 1 1\n",
@@ -309,7 +295,7 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
        "ERROR: HF_OPEN_FILE\\(sediments\\) error\n       ERROR_FILE_NOT_HDF5"},
       {SedimentsFormat::unknown, "t\n", "Sediments file type not available"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     TemporaryFolder folder;
     RunState run;
     sediment_run(run, folder, c.format, c.text);

@@ -27,13 +27,12 @@ void expect_close(float value, double expected, double relative) {
 // dispersion relation. `suspended` to `centroid`: its march in the same steps; `fine_...`: the
 // profile in 40000 steps, which the march of at most 24 rows meets less closely.
 TEST(VanRijn, AgreesWithASeparateCalculation) {
-  struct Case {
+  const struct {
     VanRijnInput in;
     double Vr, Ud, Ustar, Ws, ka, max_stress, wave_stress, current_stress, mean_stress, bed,
         bed_angle, suspended_angle, THETA, suspended, total, centroid, fine_suspended,
         fine_centroid;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {river, 0.0, 0.0, 0.0527124, 0.0315966, 0.03, 1.452128, 0.0, 2.822347, 1.466649, 0.0682025,
        0.0, 0.0, 0.708253, 0.271458, 0.339661, 0.692356, 0.261442, 0.720792},
       {coast, -0.0932428, -0.0398606, 0.0320071, 0.0227010, 0.3, 2.634995, 9.827061, 1.040583,
@@ -45,7 +44,7 @@ TEST(VanRijn, AgreesWithASeparateCalculation) {
   };
   // The fitted wave number is off by 0.2 per cent, the orbital motion by up to twice that.
   const double waves = 5.0e-3;
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const VanRijnResult r = solve(c.in);
     SCOPED_TRACE(testing::Message() << "h " << c.in.h << " H " << c.in.H);
     expect_close(r.Vr, c.Vr, 1.0e-5);
@@ -163,18 +162,17 @@ TEST(VanRijn, DivisorOfZeroGivesNoLoad) {
 }
 
 TEST(VanRijn, RoughnessOfRipplesAndDunes) {
-  struct Case {
-    float h, U, H, T;
-    double ripple, form;  // m
-  };
   // Ripples 0.22 A while the orbit is weak, none above Psi of 250 or without waves; dunes of 0.02 h
   // above 0.3 m/s, 0.15 h more in deep water.
-  const Case cases[] = {
+  const struct {
+    float h, U, H, T;
+    double ripple, form;  // m
+  } cases[] = {
       {5.0f, 0.2f, 0.3f, 4.0f, 0.0170266, 0.0},    {5.0f, 0.4f, 0.3f, 4.0f, 0.0170266, 0.1},
       {12.0f, 0.6f, 0.3f, 4.0f, 0.00318559, 2.04}, {12.0f, 0.6f, 0.0f, 4.0f, 0.0, 0.0},
       {5.0f, 0.4f, 2.5f, 9.0f, 0.0, 0.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     VanRijnInput in = river;
     in.h = c.h;
     in.U = c.U;
