@@ -252,19 +252,6 @@ TEST(FlowDatasetsDeathTest, FilesThatAreNoneAtAll) {
               "ERROR: HF_OPEN_FILE\\(RVS\\) \\[FNAMEflows\\] error");
 }
 
-TEST(FlowDatasetsDeathTest, FileCutOffAnywhere) {
-  FlowRun good(2);
-  test::two_node_run(good, {0, 60, 120});
-  const std::string whole = test::read_text(good.folder.path("flow.h5"));
-  for (std::size_t part = 0; part < 16; ++part) {
-    SCOPED_TRACE(part);
-    const std::unique_ptr<FlowRun> f = bad_run(FlowFormat::hyfs);
-    f->folder.write("flow.h5", whole.substr(0, whole.size() * part / 16));
-    EXPECT_EXIT(open_and_start(*f, FlowFormat::hyfs), testing::ExitedWithCode(0),
-                "ERROR: HF_OPEN_FILE\\(ADCIRC\\) error");
-  }
-}
-
 TEST(FlowDatasetsDeathTest, TextWhereNumbersStandAndDamagedTimesOfNetcdf) {
   const auto cdl = [](const std::string& zeta_type, const std::string& data, bool v = true) {
     return R"(netcdf a { dimensions: time = UNLIMITED; node = 2; variables: double time(time);

@@ -45,18 +45,17 @@ TEST(FlowDatasets, NodeFramesWithChangingIntervalsAndOneSkipped) {
   const FlowState& flow = f.run.flow;
   EXPECT_EQ(flow.TIMEearliest, 1000.0);
   EXPECT_EQ(flow.TIMElast, 1300.0);
-  struct Case {
+  const struct {
     double t;
     float weight;
     double held;  // time in the file that the flow stands for
-  };
-  const Case cases[] = {
+  } cases[] = {
       {1000.0, 0.0f, 60.0},   {1060.0, 0.0f, 60.0},
       {1075.0, 0.25f, 75.0},  {1120.0, 1.0f, 120.0},  // the pair (60, 120)
       {1210.0, 0.25f, 210.0},  // frame 3 is passed over, and its time makes the interval 120 s
       {1300.0, 1.0f, 300.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.t);
     advance(f.run, c.t);
     EXPECT_EQ(flow.FLOWfrac, c.weight);
@@ -82,12 +81,11 @@ TEST(FlowDatasets, OneStepIsHeldAndCoversEveryTime) {
 }
 
 TEST(FlowDatasets, ReferenceTimeStartsTheFlowUnlessACardDoes) {
-  struct Case {
+  const struct {
     double card;  // below 0: none
     double reference_day;
     double start;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {-999.0, day_2000, seconds_2000()},
       {-999.0, day_2000 + 0.5 + 1.0 / 86400.0, seconds_2000() + 43201.0},
       {77.0, day_2000, 77.0},
@@ -95,7 +93,7 @@ TEST(FlowDatasets, ReferenceTimeStartsTheFlowUnlessACardDoes) {
       // Before the reference year: 12 leap days from 1904 to 1948.
       {-999.0, 2415020.5, -(50.0 * 365.0 + 12.0) * 86400.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.reference_day);
     FlowRun f(2);
     f.console_to_file();
@@ -228,20 +226,19 @@ TEST(FlowDatasets, CellsOfATelescopingGridAreMappedFromTheirOwnAxes) {
 }
 
 TEST(FlowDatasets, UnitWordAndReferenceOfCells) {
-  struct Case {
+  const struct {
     const char* units;
     float step;   // the card
     double card;  // start_flow
     double last;  // time of step 2
     double start;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"HOURS", 7.0f, -999.0, 7200.0, seconds_2000()},
       {"hours since", 7.0f, 5.0, 7200.0, 5.0},
       {"Seconds", 7.0f, 5.0, 2.0, 5.0},
       {"Minutes", 60.0f, 5.0, 120.0, 5.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.units);
     CellRun f(1, 1, 0.0);
     f.run.settings.n2d_step = c.step;
@@ -271,15 +268,13 @@ TEST(FlowDatasets, LatticeCellsComeToTheirNodes) {
   FLOW_START(f.run);
   const FlowState& flow = f.run.flow;
   // Cells are 3 by 2. Inner node: the mean of four; side: of two; corner: its one.
-  struct Case {
+  const struct {
     int i, j;
     float z, u1;  // u at level 1; twice that at level 2
-  };
-  const Case cases[] = {{1, 1, 11.0f, 1.0f}, {4, 1, 13.0f, 3.0f}, {1, 3, 21.0f, 1.0f},
-                        {4, 3, 23.0f, 3.0f}, {2, 1, 11.5f, 1.5f}, {3, 3, 22.5f, 2.5f},
-                        {1, 2, 16.0f, 1.0f}, {4, 2, 18.0f, 3.0f}, {2, 2, 16.5f, 1.5f},
-                        {3, 2, 17.5f, 2.5f}};
-  for (const Case& c : cases) {
+  } cases[] = {{1, 1, 11.0f, 1.0f}, {4, 1, 13.0f, 3.0f}, {1, 3, 21.0f, 1.0f}, {4, 3, 23.0f, 3.0f},
+               {2, 1, 11.5f, 1.5f}, {3, 3, 22.5f, 2.5f}, {1, 2, 16.0f, 1.0f}, {4, 2, 18.0f, 3.0f},
+               {2, 2, 16.5f, 1.5f}, {3, 2, 17.5f, 2.5f}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.i) + " " + std::to_string(c.j));
     const int n = f.node(c.i, c.j);
     EXPECT_FLOAT_EQ(flow.ETAnew(n), c.z);

@@ -38,19 +38,18 @@ TEST(FlowFrames, WeightOfTheNewerFrameAtAndBetweenFrames) {
   EXPECT_EQ(flow.TIMEfirst, 1060.0);
   EXPECT_EQ(flow.TIMEearliest, 1000.0);
   EXPECT_EQ(flow.TIMElast, 1240.0);
-  struct Case {
+  const struct {
     double t;
     float weight;
     double newer, older;  // frame times
-  };
-  const Case cases[] = {
+  } cases[] = {
       {1000.0, 0.0f, 1060.0, 1060.0},  // held for one interval before the first frame
       {1060.0, 0.0f, 1060.0, 1060.0},  // both are the first frame
       {1075.0, 0.25f, 1120.0, 1060.0}, {1120.0, 1.0f, 1120.0, 1060.0},
       {1195.0, 0.25f, 1240.0, 1180.0},  // the frame passed over has been read
       {1240.0, 1.0f, 1240.0, 1180.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.t);
     advance(f, c.t);
     EXPECT_EQ(flow.FLOWfrac, c.weight);
@@ -156,18 +155,17 @@ TEST(FlowFrames, FewerFramesThanTheHeadTellsAreMissedOnlyWhenNeeded) {
 }
 
 TEST(FlowFrames, FormatsWithoutTheirReader) {
-  struct Case {
+  const struct {
     FlowFormat format;
     const char* word;
     bool two_dimensional;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {FlowFormat::hyfs, "hyfs", false, "ERROR:  \\*\\*\\* FlowFormat=HYFS IS NOT AVAILABLE YET"},
       // Not known in two dimensions: nothing is read, and the span is empty.
       {FlowFormat::gr3d, "gr3d", true, "ERROR:  \\*\\*\\* FLOW FILE DOES NOT RUN BEYOND STOP TIME"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.word);
     FlowRun f(1, c.two_dimensional);
     f.run.settings.method.flow = c.format;
@@ -265,17 +263,16 @@ TEST(FlowFrames, BottomFileThatEndsBeforeTheFlowStopsTheRun) {
 
 TEST(FlowFrames, SurfaceFallsDryAndWetHalfway) {
   constexpr float dry = -99999.0f;
-  struct Case {
+  const struct {
     float newer, older, f, surface;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {2.0f, 1.0f, 0.25f, 1.25f},        {2.0f, dry, 0.49f, dry}, {2.0f, dry, 0.5f, 0.0f},
       {2.0f, dry, 0.75f, 1.0f},          {2.0f, dry, 1.0f, 2.0f}, {dry, 2.0f, 0.25f, 1.0f},
       {dry, 2.0f, 0.5f, 0.0f},           {dry, 2.0f, 0.51f, dry}, {dry, dry, 0.5f, dry},
       {-998.0f, 2.0f, 0.6f, dry},  // a value of -998 is a mark
       {-997.0f, -997.0f, 0.5f, -997.0f},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     FlowRun f(1);
     allocate_flow_arrays(f.run);
     f.run.flow.ETAnew(1) = c.newer;

@@ -34,19 +34,18 @@ TEST(VerticalProfile, LevelPositionAtEdges) {
   const float to_surface[] = {0.25f, 0.5f, 1.0f};
   const float below_surface[] = {0.25f, 0.5f, 0.75f};
   const float from_bed[] = {0.0f, 0.5f, 1.0f};
-  struct Case {
+  const struct {
     float z;
     const float* SIGMA;
     float position;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0.0f, to_surface, 0.0f},    {-1.0f, to_surface, 0.0f},   {1.0f, to_surface, 0.5f},
       {2.0f, to_surface, 1.0f},    {3.0f, to_surface, 1.5f},    {4.0f, to_surface, 2.0f},
       {6.0f, to_surface, 2.5f},    {8.0f, to_surface, 3.0f},    {9.0f, to_surface, 3.0f},
       {6.0f, below_surface, 3.0f}, {7.0f, below_surface, 3.5f}, {8.0f, below_surface, 4.0f},
       {0.0f, from_bed, 0.0f},      {2.0f, from_bed, 1.5f},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(LEVEL_POSITION(c.z, 8.0f, 3, c.SIGMA), c.position) << c.z << ' ' << c.SIGMA[2];
   }
   EXPECT_EQ(LEVEL_POSITION(0.0f, 0.0f, 3, to_surface), 0.0f);  // no water
@@ -54,12 +53,11 @@ TEST(VerticalProfile, LevelPositionAtEdges) {
 
 TEST(VerticalProfile, EndRulesBelowAndAboveTheLevels) {
   constexpr EndRule hold = EndRule::hold, zero = EndRule::to_zero;
-  struct Case {
+  const struct {
     float z;
     EndRule bottom, top;
     float with_top_at_surface, with_top_below;  // top level at 1 and at 0.75
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0.0f, zero, hold, 0.0f, 0.0f},   {0.0f, hold, hold, 10.0f, 10.0f},
       {1.0f, zero, hold, 5.0f, 5.0f},   {1.0f, hold, hold, 10.0f, 10.0f},
       {3.0f, zero, hold, 15.0f, 15.0f}, {5.0f, zero, hold, 25.0f, 30.0f},
@@ -68,7 +66,7 @@ TEST(VerticalProfile, EndRulesBelowAndAboveTheLevels) {
       {9.0f, zero, zero, 40.0f, 0.0f},
   };
   const Column to_surface(1.0f), below_surface(0.75f);
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_FLOAT_EQ(to_surface.at(c.z, c.bottom, c.top), c.with_top_at_surface) << c.z;
     EXPECT_FLOAT_EQ(below_surface.at(c.z, c.bottom, c.top), c.with_top_below) << c.z;
   }
