@@ -26,8 +26,10 @@ namespace {
 
 using namespace test;
 
-// ---- the writing run: maps and parcels, files reopened at each frame, as the output writers do
-// ----
+// ---- the writing run ----
+
+// Maps and parcels, files reopened at each frame, as the output writers do; all values are known
+// from their place.
 
 constexpr int writer_nodes = 60;
 constexpr int writer_columns = 10;
@@ -136,21 +138,28 @@ void create_particles(const Run& run) {
   run.tell("created_particles");
 }
 
+// A step of a field, which may have grown since the last one.
+void write_field(HyfsHandle parent, const char* name, double time, int count, bool grown,
+                 const std::function<float(int)>& value) {
+  std::vector<float> values;
+  for (int i = 0; i < count; ++i) values.push_back(value(i));
+  HyfsHandle set = 0;
+  require(hfopengroup_f(parent, name, set));
+  if (grown) require(hfextendscalardataset_f(set, count));
+  require(hfwritescalartimestep_f(set, time, values.data(), count));
+  require(hfclosegroup_f(set));
+}
+
 void write_maps(const Run& run, int frame) {
   HyfsHandle file = 0, set = 0;
   require(hfopenfile_f(run.maps, false, file));
-  std::vector<float> values(writer_nodes), pairs(2 * writer_nodes);
   for (int field = 0; field < 3; ++field) {
-    for (int n = 0; n < writer_nodes; ++n) {
-      values[static_cast<std::size_t>(n)] = map_value(field, frame, n);
-    }
-    require(hfopengroup_f(file, map_fields[field], set));
-    require(hfwritescalartimestep_f(set, writer_time(frame), values.data(), writer_nodes));
-    require(hfclosegroup_f(set));
+    write_field(file, map_fields[field], writer_time(frame), writer_nodes, false,
+                [&](int n) { return map_value(field, frame, n); });
   }
+  std::vector<float> pairs;
   for (int n = 0; n < writer_nodes; ++n) {
-    pairs[static_cast<std::size_t>(2 * n)] = map_value(3, frame, n);
-    pairs[static_cast<std::size_t>(2 * n + 1)] = map_value(4, frame, n);
+    pairs.insert(pairs.end(), {map_value(3, frame, n), map_value(4, frame, n)});
   }
   require(hfopengroup_f(file, "flow", set));
   require(hfwritevectortimestep_f(set, writer_time(frame), pairs.data(), writer_nodes));
@@ -161,7 +170,7 @@ void write_maps(const Run& run, int frame) {
 }
 
 void write_particles(const Run& run, int frame) {
-  HyfsHandle file = 0, group = 0, set = 0;
+  HyfsHandle file = 0, group = 0;
   const int count = parcels_of(frame);
   std::vector<double> positions;
   for (int p = 0; p < count; ++p) {
@@ -170,17 +179,10 @@ void write_particles(const Run& run, int frame) {
   require(hfopenfile_f(run.particles, false, file));
   require(hfopengroup_f(file, "out/run_particles", group));
   require(hfwriteparticletimestep_f(group, writer_time(frame), count, positions.data()));
-  std::vector<float> values(static_cast<std::size_t>(count));
+  const bool grown = frame > 0 && parcels_of(frame - 1) != count;
   for (int field = 0; field < 2; ++field) {
-    for (int p = 0; p < count; ++p) {
-      values[static_cast<std::size_t>(p)] = parcel_value(field, frame, p);
-    }
-    require(hfopengroup_f(group, parcel_fields[field], set));
-    if (frame > 0 && parcels_of(frame - 1) != count) {
-      require(hfextendscalardataset_f(set, count));
-    }
-    require(hfwritescalartimestep_f(set, writer_time(frame), values.data(), count));
-    require(hfclosegroup_f(set));
+    write_field(group, parcel_fields[field], writer_time(frame), count, grown,
+                [&](int p) { return parcel_value(field, frame, p); });
   }
   require(hfclosegroup_f(group));
   require(hfclosefile_f(file));
@@ -189,7 +191,6 @@ void write_particles(const Run& run, int frame) {
 }
 
 void write_constants(const Run& run) {
-  const int count = parcels_of(run.frames - 1);
   HyfsHandle file = 0, group = 0, set = 0;
   require(hfopenfile_f(run.particles, false, file));
   require(hfopengroup_f(file, "out/run_particles", group));
@@ -198,14 +199,11 @@ void write_constants(const Run& run) {
   data.compression = 1;
   constexpr const char* names[] = {"id", "source", "grain size", "density", "fall velocity"};
   for (int field = 0; field < 5; ++field) {
-    std::vector<float> values(static_cast<std::size_t>(count));
-    for (int p = 0; p < count; ++p) {
-      values[static_cast<std::size_t>(p)] = parcel_value(10 + field, 0, p);
-    }
     require(hfcreatescalardataset_f(group, names[field], data, set));
     require(hfwritereftime_f(set, 2458909.5));
-    require(hfwritescalartimestep_f(set, 0.0, values.data(), count));
     require(hfclosegroup_f(set));
+    write_field(group, names[field], 0.0, parcels_of(run.frames - 1), false,
+                [&](int p) { return parcel_value(10 + field, 0, p); });
   }
   require(hfclosegroup_f(group));
   require(hfclosefile_f(file));

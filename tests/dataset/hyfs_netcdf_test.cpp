@@ -1,4 +1,5 @@
-// The NetCDF tools read what we write, and we read what they write. Skipped where they are absent.
+// Files that NetCDF tools and Python write. Skipped where these are absent; what they make of our
+// files is shown by the tests of the viewers.
 
 #include <gtest/gtest.h>
 
@@ -166,110 +167,6 @@ with h5py.File(sys.argv[1], 'w') as f:
   EXPECT_EQ(get(hfgetbearing_f, grid), 15.0);
   EXPECT_EQ(hfgetgridcoordsj_f(grid, coordinates), hyfs_does_not_exist);
   EXPECT_EQ(hfclosefile_f(file), 0);
-}
-
-// ---- our files in their tools ----
-
-void write_maps(const std::string& path) {
-  HyfsFileInfo info;
-  info.kind = "maps";
-  info.start_date = "2020-03-01 00:00:00";
-  info.expected_values = 4;
-  HyfsHandle file = 0;
-  ASSERT_EQ(hfcreatefile_f(path, true, info, file), 0);
-  ASSERT_EQ(hfwritemesh_f(file, {{0, 1, 0, 1}, {0, 0, 1, 1}, {-1, -2, -3, -4}, {1, 2, 3, 2, 4, 3}}),
-            0);
-  ASSERT_EQ(hfwritecrs_f(file, 32633), 0);
-  HyfsDatasetInfo data;
-  data.units = "m";
-  data.compression = 1;
-  const HyfsHandle wse = test::scalar(file, "wse", data), flow = test::vector(file, "flow", data);
-  for (const double time : {0.0, 900.0}) {
-    EXPECT_EQ(write(wse, time, {0.5f, 1, 2, -99999}), 0);
-    EXPECT_EQ(write_pairs(flow, time, {1, 2, 3, 4, 5, 6, 7, 8}), 0);
-  }
-  ASSERT_EQ(hfclosefile_f(file), 0);
-}
-
-void write_parcels(const std::string& path, const std::string& group_path) {
-  HyfsFileInfo info;
-  info.kind = "particles";
-  info.start_date = "2020-03-01 00:00:00";
-  HyfsHandle file = 0, group = 0, state = 0;
-  ASSERT_EQ(hfcreatefile_f(path, true, info, file), 0);
-  ASSERT_EQ(hfcreategeometricpathgroup_f(file, group_path, "1-2-3", 1, group), 0);
-  HyfsDatasetInfo data;
-  ASSERT_EQ(hfcreatescalardsetextndbl_f(group, "state", data, state), 0);
-  const std::vector<double> positions{1, 2, 3, 4, 5, 6};
-  EXPECT_EQ(hfwriteparticletimestep_f(group, 0.0, 1, positions.data()), 0);
-  EXPECT_EQ(write(state, 0.0, {1}), 0);
-  EXPECT_EQ(hfwriteparticletimestep_f(group, 60.0, 2, positions.data()), 0);
-  EXPECT_EQ(hfextendscalardataset_f(state, 2), 0);
-  EXPECT_EQ(write(state, 60.0, {1, 0}), 0);
-  data.location = "trajectory";
-  EXPECT_EQ(write(test::scalar(group, "grain size", data), 0.0, {1, 0}), 0);
-  ASSERT_EQ(hfclosefile_f(file), 0);
-}
-
-TEST(NetcdfOutput, DumpShowsDimensionsAndMeshOfMaps) {
-  if (!runs("command -v ncdump")) GTEST_SKIP() << "no ncdump";
-  const TemporaryFolder folder;
-  const std::string path = folder.path("m.h5");
-  write_maps(path);
-  const std::string text = output_of("ncdump '" + path + "'");
-  for (const char* part :
-       {"time = UNLIMITED ; // (2 currently)", "mesh_node = 4 ;", "mesh_face = 2 ;",
-        "float wse(time, mesh_node) ;", "wse:_FillValue = -99999.f ;",
-        "float flow_x(time, mesh_node) ;", "flow_x:long_name = \"flow, x-component\" ;",
-        "time:units = \"seconds since 2020-03-01 00:00:00\" ;",
-        "mesh:cf_role = \"mesh_topology\" ;",
-        "int mesh_face_nodes(mesh_face, mesh_max_face_nodes) ;",
-        "mesh_face_nodes:start_index = 0 ;", "projected_coordinate_system:epsg = 32633 ;",
-        ":Conventions = \"CF-1.8 UGRID-1.0\" ;", " time = 0, 900 ;",
-        " mesh_node_z = -1, -2, -3, -4 ;"}) {
-    EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
-  }
-}
-
-TEST(NetcdfOutput, ParcelsStandInTheRootAndInTheirGroup) {
-  const std::string python = python_with("xarray,netCDF4,h5py");
-  if (python.empty()) GTEST_SKIP() << "no xarray";
-  const TemporaryFolder folder;
-  const std::string script = folder.write("look.py", R"(
-import sys, xarray as xr, h5py, numpy as np
-path, group = sys.argv[1:3]
-p = xr.open_dataset(path)
-print(dict(p.sizes), p.x.notnull().sum('trajectory').values, p.state.values[1],
-      p['grain size'].values, str(p.time.values[1])[:19], p.parcels.values, p.trajectory.values)
-g = xr.open_dataset(path, group=group)
-print(sorted(g.variables), g.z.values[1])
-with h5py.File(path) as f:
-    print(f[group].attrs['hyfs_type'], f['x'] == f[group]['x'], f['x'].dims[1].keys())
-)");
-  for (const char* group : {"run1_particles", "../out dir/ré_particles"}) {
-    const std::string path = folder.path("p.h5");
-    write_parcels(path, group);
-    EXPECT_EQ(output_of(python + " '" + script + "' '" + path + "' '" + group + "'"),
-              "{'time': 2, 'trajectory': 2} [1 2] [1. 0.] [1. 0.] 2020-03-01T00:01:00 [1 2] [1 2]\n"
-              "['grain size', 'state', 'x', 'y', 'z'] [3. 6.]\n"
-              "b'particle set' True ['trajectory']\n")
-        << group;
-  }
-}
-
-TEST(NetcdfOutput, XarrayHidesDryNodesAndReadsTheTimes) {
-  const std::string python = python_with("xarray,netCDF4");
-  if (python.empty()) GTEST_SKIP() << "no xarray";
-  const TemporaryFolder folder;
-  const std::string script = folder.write("look.py", R"(
-import sys, xarray as xr
-m = xr.open_dataset(sys.argv[1])
-print(m.wse.values[1], m.flow_y.values[0], str(m.time.values[1])[:19], m.mesh_face_nodes.values[1])
-)");
-  const std::string path = folder.path("m.h5");
-  write_maps(path);
-  EXPECT_EQ(output_of(python + " '" + script + "' '" + path + "'"),
-            "[0.5 1.  2.  nan] [2. 4. 6. 8.] 2020-03-01T00:15:00 [1 3 2]\n");
 }
 
 }  // namespace
