@@ -13,8 +13,8 @@
 #include "mesh/find_element.h"
 #include "parcels/displacement.h"
 #include "parcels/kinematics.h"
-#include "parcels/random_stream.h"
 #include "parcels/track_parcel.h"
+#include "parcels/track_stage.h"
 #include "sediment/primitives.h"
 #include "sediment/van_rijn.h"
 
@@ -25,47 +25,20 @@ constexpr float pi = 3.14159f;
 constexpr float two_pi = 6.28318f;
 constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees
 
-// Working values of one step, SI units.
-struct Working {
-  // The parcel at the stage under way.
-  double x = 0.0, y = 0.0;
-  float z = 0.0f, height = 0.0f;
-  int element = 0;
-  Logical DORMANT = logical_false;
-  float BURIAL = 0.0f, MOBILITY = 0.0f;
-  // The parcel at the start of the step.
-  double Xs = 0.0, Ys = 0.0;
-  int e0 = 0;
-  float h0 = 0.0f, z0 = 0.0f;
-  Walk walk;
-  double DTsub = 0.0;
-  // Fields at the parcel.
-  Weights w3;
+// Working values of one step, and fields that the packed form keeps elsewhere. SI units.
+struct Working : Stage {
   int n1 = 0, n2 = 0, n3 = 0;
-  float H = 0.0f, B = 0.0f, B0 = 0.0f;
-  float D90 = 0.0f, D50 = 0.0f, Db = 0.0f, KSgrain = 0.0f, KStotal = 0.0f;
-  float Hw = 0.0f, Tw = 0.0f, theta_w = 0.0f;
-  float U = 0.0f, V = 0.0f, S = 0.0f;
-  float rho = 0.0f, nu = 0.0f;
-  float tau = 0.0f, tau_cr = 0.0f, Pu = 0.0f;
-  float ustar = 0.0f, ustarc = 0.0f;
-  // Velocity of the parcel.
-  float u = 0.0f, v = 0.0f, w = 0.0f, su = 0.0f;
-  float hc = 0.0f, hs = 0.0f, fr = 0.0f;
-  // What DISPLACEMENT gives.
-  double dx = 0.0, dy = 0.0, dz = 0.0;
-  bool absolute = false;  // a position and a height, not a displacement
-  int status = 1;
+  float B = 0.0f, D90 = 0.0f, D50 = 0.0f;
 };
 
 inline float at_nodes(const Working& s, const Array<float>& f) {
-  return NODE_INTERP(s.w3, s.n1, s.n2, s.n3, f);
+  return NODE_INTERP(s.weights, s.n1, s.n2, s.n3, f);
 }
 
 inline float at_height(const RunState& run, const Working& s, float z, int first_level,
                        EndRule bottom, EndRule top, const Array2<float>& f) {
-  return ELEMENT_VERT_INTERP(run.flow, run.settings.method.flow, s.w3, s.n1, s.n2, s.n3, z, s.H,
-                             first_level, bottom, top, f);
+  return ELEMENT_VERT_INTERP(run.flow, run.settings.method.flow, s.weights, s.n1, s.n2, s.n3, z,
+                             s.H, first_level, bottom, top, f);
 }
 
 // At the parcel's height, held beyond the levels.
@@ -101,24 +74,13 @@ inline float stress_pie(const Working& s, float omega, float k, float Ax, float 
 // Raises the roughness at the parcel to the least one of the formula.
 inline float stress_van_rijn(const RunState& run, const Parcel& parcel, Working& s, float Ud,
                              float phi) {
-  VanRijnInput in;
-  in.number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
-  in.h = s.H;
-  in.U = s.S;
-  in.Vr = 0.0f;
-  in.Ud = Ud;
-  in.H = s.Hw;
-  in.T = s.Tw;
-  in.phi = phi;
-  in.D50 = s.D50;
-  in.D90 = s.D90;
-  in.Ds = s.D50;
-  in.kc = s.KStotal;
-  in.kw = s.KStotal;
-  in.temperature =
+  const int number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
+  const float temperature =
       run.flow.UNIFORMtem ? run.settings.temperature : at_parcel(run, s, run.flow.TEMnode);
-  in.salinity =
+  const float salinity =
       run.flow.UNIFORMsal ? run.settings.salinity * 1000.0f : at_parcel(run, s, run.flow.SALnode);
+  const VanRijnInput in{number, s.H,   s.S,   0.0f,      Ud,        s.Hw,        s.Tw,    phi,
+                        s.D50,  s.D90, s.D50, s.KStotal, s.KStotal, temperature, salinity};
   const VanRijnResult result = VAN_RIJN(run.messages, in);
   s.KStotal = result.kc;
   return result.max_stress;
@@ -156,10 +118,8 @@ inline bool LOCAL_CONDITIONS(const RunState& run, const Parcel& parcel, Working&
   const AdvectionMethod advection = set.method.advection;
 
   // Depth, bed and roughness.
-  s.w3 = element_weights(run.messages, mesh, s.element, s.x, s.y);
-  s.n1 = mesh.ELnode1(s.element);
-  s.n2 = mesh.ELnode2(s.element);
-  s.n3 = mesh.ELnode3(s.element);
+  s.weights = element_weights(run.messages, mesh, s.element, s.x, s.y);
+  s.n1 = mesh.ELnode1(s.element), s.n2 = mesh.ELnode2(s.element), s.n3 = mesh.ELnode3(s.element);
   s.H = at_nodes(s, run.flow.Hnode);
   s.B = at_nodes(s, mesh.DEPTHnode);
   s.D90 = at_nodes(s, run.sediment.D90);
@@ -173,8 +133,8 @@ inline bool LOCAL_CONDITIONS(const RunState& run, const Parcel& parcel, Working&
   float Ax = at_nodes(s, run.waves.WAVEdirx);
   float Ay = at_nodes(s, run.waves.WAVEdiry);
   s.theta_w = degrees(std::atan2(Ax, Ay));
-  s.U = NODE_INTERP2(s.w3, s.n1, s.n2, s.n3, run.flow.Unode, 0);
-  s.V = NODE_INTERP2(s.w3, s.n1, s.n2, s.n3, run.flow.Vnode, 0);
+  s.U = NODE_INTERP2(s.weights, s.n1, s.n2, s.n3, run.flow.Unode, 0);
+  s.V = NODE_INTERP2(s.weights, s.n1, s.n2, s.n3, run.flow.Vnode, 0);
   s.Hw = at_nodes(s, run.waves.WAVEheight);
   s.Tw = at_nodes(s, run.waves.WAVEperiod);
   if (!(s.Tw > 0.0f)) {  // no waves
@@ -317,22 +277,13 @@ inline void PARCEL_VELOCITY(const RunState& run, const Parcel& parcel, Working& 
                       s.ustar, s.hc, s.fr);
     }
   } else {
-    CentroidInput in;
-    in.waves = set.waves;
-    in.H = s.H;
-    in.wave_period = s.Tw;
-    in.wave_height = s.Hw;
-    in.wave_direction = s.theta_w;
-    in.S = s.S;
-    in.u = s.U;
-    in.v = s.V;
-    in.D = parcel.D;
-    in.KStotal = s.KStotal;
-    in.temperature = flow.UNIFORMtem ? set.temperature : at_parcel(run, s, flow.TEMnode);
+    const int number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
+    const float temperature = flow.UNIFORMtem ? set.temperature : at_parcel(run, s, flow.TEMnode);
     // A salinity field is in parts per thousand, the card's value a mass fraction.
-    in.salinity = flow.UNIFORMsal ? set.salinity : at_parcel(run, s, flow.SALnode) / 1000.0f;
-    in.ustar = s.ustar;
-    in.parcel = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
+    const float salinity =
+        flow.UNIFORMsal ? set.salinity : at_parcel(run, s, flow.SALnode) / 1000.0f;
+    const CentroidInput in{set.waves, s.H,      s.Tw,      s.Hw,        s.theta_w, s.S,     s.U,
+                           s.V,       parcel.D, s.KStotal, temperature, salinity,  s.ustar, number};
     CENTROID_VAN_RIJN(run.messages, method, in, parcel.Ws, s.KSgrain, s.hc, s.fr);
   }
   if (advection != AdvectionMethod::d2) s.fr = 1.0f;

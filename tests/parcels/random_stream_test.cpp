@@ -39,10 +39,9 @@ TEST(RandomStream, AgreesWithPlainResidues) {
 }
 
 TEST(RandomStream, SeedsOutsideTheModuliAreBroughtInside) {
-  struct Case {
+  const struct {
     int seed1, seed2, state1, state2;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0, 0, 2147483562, 2147483398},
       {2147483562, 2147483398, 2147483562, 2147483398},
       {2147483563, 2147483399, 1, 1},
@@ -50,7 +49,7 @@ TEST(RandomStream, SeedsOutsideTheModuliAreBroughtInside) {
       {-1, -1, 2147483562, 2147483398},
       {-2147483563, -2147483399, 2147483562, 2147483398},  // 0 after the modulus is added
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     RandomStream random;
     seed_generator(random, c.seed1, c.seed2);
     EXPECT_EQ(random.state[0], c.state1) << c.seed1;

@@ -284,15 +284,14 @@ TEST(Releases, DebugPutsParcelsOnTheRowsOwnPlaceWithoutDraws) {
 }
 
 TEST(LineReleases, DatumWordsPlaceTheHeight) {
-  struct Case {
+  const struct {
     const char* name;
     const char* place;
     const char* datum;
     bool source_to_datum;
     float lowest, highest;  // heights that are filled evenly, or one height
     int parcels;            // of 0.1 kg/s/m, or kg/s, in parcels of 0.1 kg over 1010 s
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"level, bed", "20 20 4 50 60 4", "", false, 4.0f, 4.0f, 50500},
       {"level, elevation", "20 20 -2 50 60 -2", "beddatum", true, 6.0f, 6.0f, 50500},
       {"level, surface", "20 20 3 50 60 3", "surfacedatum", false, 7.0f, 7.0f, 50500},
@@ -303,7 +302,7 @@ TEST(LineReleases, DatumWordsPlaceTheHeight) {
       {"vertical, depth", "20 20 0.2 20 20 0.6", "depthdistributed", false, 2.0f, 6.0f, 1010},
       {"vertical, surface", "20 20 2 20 20 6", "surfacedatum", false, 4.0f, 8.0f, 4040},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SourceRun s;
     s.run.settings.source_to_datum = c.source_to_datum;
     s.read(steady_line(c.place, "0.1 0 0 0.1 0.0002 0 2650 0.01 0 0", c.datum));
@@ -327,19 +326,18 @@ TEST(LineReleases, DatumWordsPlaceTheHeight) {
 }
 
 TEST(LineReleasesDeath, UnfitLinesStopTheRun) {
-  struct Case {
+  const struct {
     const char *place, *datum;
     bool source_to_datum;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"20 20 4 50 60 5", "", false, "ERROR:  \\*\\*\\* Line source not in a plane     1     1"},
       {"20 20 4 50 60 4", "surfacedatum", true,
        "ERROR: SOURCE_DATUM not available with surfacedatum source type"},
       {"20 20 1 50 60 1", "depthdistributed", true,
        "ERROR: SOURCE_DATUM not available with depthdistributed source type"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EXIT(
         {
           SourceRun s(true);
