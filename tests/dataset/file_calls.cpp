@@ -8,8 +8,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <sstream>
+
+#include "common/test_run.h"
 
 namespace dfl::test {
 
@@ -34,13 +34,6 @@ std::string path_of(int descriptor) {
   const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
   const ssize_t length = readlink(link.c_str(), path.data(), path.size());
   return length <= 0 ? "" : std::string(path.data(), static_cast<std::size_t>(length));
-}
-
-std::string content_of(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 // Counts a call. False if the disk is full.
@@ -132,7 +125,7 @@ int rename(const char* from, const char* to) noexcept {
   if (watched != nullptr) {
     if (!admit()) return -1;
     if (watched->note) {
-      watched->calls.push_back({FileCall::Kind::rename, from, to, 0, content_of(from)});
+      watched->calls.push_back({FileCall::Kind::rename, from, to, 0, read_text(from)});
     }
   }
   return system_function<int(const char*, const char*)>("rename")(from, to);

@@ -8,30 +8,23 @@
 #include <random>
 
 #include "common/test_run.h"
-#include "dataset/hyfs.h"
+#include "dataset/hyfs_calls.h"
 
 namespace dfl {
 namespace {
 
-using test::TemporaryFolder;
+using namespace test;
 
 std::string make_file(const TemporaryFolder& folder) {
   const std::string path = folder.path("good.h5");
-  HyfsFileInfo info;
-  info.kind = "maps";
-  info.start_date = "2020-03-01 00:00:00";
-  HyfsHandle file = 0, set = 0;
-  EXPECT_EQ(hfcreatefile_f(path, true, info, file), 0);
+  const HyfsHandle file = create(path, "maps");
   EXPECT_EQ(hfcreategrid_f(file, "Grid", {{0, 0, 0}, 0.0, {1, 2}, {1, 2}, {1}}), 0);
   EXPECT_EQ(hfwritepropertyfloat_f(file, "D50", {1, 2, 3}), 0);
   HyfsDatasetInfo data;
   data.values = 20;
   data.compression = 1;
-  EXPECT_EQ(hfcreatevectordataset_f(file, "flow", data, set), 0);
-  const std::vector<float> values(40, 1.5f);
-  EXPECT_EQ(hfwritevectortimestep_f(set, 0.0, values.data(), 20), 0);
-  EXPECT_EQ(hfcreatescalardataset_f(file, "wse", data, set), 0);
-  EXPECT_EQ(hfwritescalartimestep_f(set, 0.0, values.data(), 20), 0);
+  EXPECT_EQ(write_pairs(test::vector(file, "flow", data), 0.0, std::vector<float>(40, 1.5f)), 0);
+  EXPECT_EQ(write(scalar(file, "wse", data), 0.0, std::vector<float>(20, 1.5f)), 0);
   EXPECT_EQ(hfclosefile_f(file), 0);
   return test::read_text(path);
 }

@@ -6,33 +6,12 @@
 #include <cmath>
 
 #include "common/test_run.h"
-#include "dataset/hyfs.h"
+#include "dataset/hyfs_calls.h"
 
 namespace dfl {
 namespace {
 
-using test::TemporaryFolder;
-
-HyfsHandle create(const std::string& path, const std::string& kind = "data") {
-  HyfsFileInfo info;
-  info.kind = kind;
-  info.start_date = "2020-03-01 00:00:00";
-  HyfsHandle file = 0;
-  EXPECT_EQ(hfcreatefile_f(path, true, info, file), 0);
-  return file;
-}
-
-HyfsHandle open(const std::string& path) {
-  HyfsHandle file = 0;
-  EXPECT_EQ(hfopenfile_f(path, true, file), 0) << path;
-  return file;
-}
-
-HyfsHandle group_at(HyfsHandle parent, const std::string& path) {
-  HyfsHandle group = 0;
-  EXPECT_EQ(hfopengroup_f(parent, path, group), 0) << path;
-  return group;
-}
+using namespace test;
 
 TEST(HyfsFile, WhatIsNotHyfsIsToldApart) {
   const TemporaryFolder folder;
@@ -55,9 +34,8 @@ TEST(HyfsFile, CreatingOverwritesOnlyByFlag) {
   EXPECT_EQ(hfwritepropertyint_f(file, "Nodes", {4}), 0);
   EXPECT_EQ(hfclosefile_f(file), 0);
   EXPECT_LT(hfcreatefile_f(path, false, HyfsFileInfo(), file), 0);
-  int number = 0;
   file = open(path);
-  EXPECT_EQ(hfgetpropertynumber_f(file, "Nodes", number), 0);
+  int number = get(hfgetpropertynumber_f, file, "Nodes");
   EXPECT_EQ(hfclosefile_f(file), 0);
   file = create(path);
   EXPECT_EQ(hfgetpropertynumber_f(file, "Nodes", number), hyfs_does_not_exist);
@@ -108,8 +86,7 @@ TEST(HyfsFile, ASecondOpeningOutlivesTheFirst) {
   const HyfsHandle second = open(path);
   const HyfsHandle set = group_at(second, "Nodes");
   EXPECT_EQ(hfclosefile_f(first), 0);
-  std::vector<int> values;
-  EXPECT_EQ(hfreadpropertyint_f(second, "Nodes", values), 0);
+  EXPECT_EQ(get(hfreadpropertyint_f, second, "Nodes"), std::vector<int>{4});
   EXPECT_EQ(hfclosegroup_f(set), 0);
   EXPECT_EQ(hfclosefile_f(second), 0);
 }
@@ -130,43 +107,33 @@ TEST(HyfsProperty, RoundTripOfEachTypeBelowFileGroupAndGrid) {
   EXPECT_EQ(hfclosefile_f(file), 0);
 
   file = open(path);
-  std::vector<int> types;
-  grid = group_at(file, "model/grid/PROPERTIES");
-  EXPECT_EQ(hfreadpropertyint_f(grid, "CellTypes", types), 0);
-  EXPECT_EQ(types, (std::vector<int>{1, 0, 1, 1, 0, -2147483647}));
-  EXPECT_EQ(hfclosegroup_f(grid), 0);
+  const std::vector<int> types{1, 0, 1, 1, 0, -2147483647};
+  EXPECT_EQ(get(hfreadpropertyint_f, group_at(file, "model/grid/PROPERTIES"), "CellTypes"), types);
   grid = group_at(file, "model/grid");  // found in the folder of properties too
-  int number = 0;
-  EXPECT_EQ(hfgetpropertynumber_f(grid, "CellTypes", number), 0);
-  EXPECT_EQ(number, 6);
-  EXPECT_EQ(hfgetpropertynumber_f(grid, "origin", number), 0);  // an attribute
-  EXPECT_EQ(number, 3);
-  std::vector<float> sizes;
-  EXPECT_EQ(hfreadpropertyfloat_f(file, "Datasets/D35", sizes), 0);
-  EXPECT_EQ(sizes, (std::vector<float>{0.1f, 0.25f}));
-  std::vector<double> x;
-  EXPECT_EQ(hfreadpropertydouble_f(file, "X", x), 0);
-  EXPECT_EQ(x, std::vector<double>{2.0 / 3.0});
+  EXPECT_EQ(get(hfgetpropertynumber_f, grid, "CellTypes"), 6);
+  EXPECT_EQ(get(hfgetpropertynumber_f, grid, "origin"), 3);  // an attribute
+  EXPECT_EQ(get(hfreadpropertyfloat_f, file, "Datasets/D35"), (std::vector<float>{0.1f, 0.25f}));
+  EXPECT_EQ(get(hfreadpropertydouble_f, file, "X"), std::vector<double>{2.0 / 3.0});
   EXPECT_EQ(hfclosefile_f(file), 0);
 }
 
 TEST(HyfsProperty, NumbersThatDoNotFitTheTypeAskedForAreRefused) {
   const TemporaryFolder folder;
   const HyfsHandle file = create(folder.path("a.h5"));
-  ASSERT_EQ(hfwritepropertydouble_f(file, "half", {0.5}), 0);
-  ASSERT_EQ(hfwritepropertydouble_f(file, "seven", {7.0}), 0);
-  ASSERT_EQ(hfwritepropertydouble_f(file, "large", {3.0e9}), 0);
-  ASSERT_EQ(hfwritepropertydouble_f(file, "huge", {1.0e300}), 0);
-  ASSERT_EQ(hfwritepropertydouble_f(file, "third", {1.0 / 3.0}), 0);
+  for (const auto& [name, value] : {std::pair{"half", 0.5},
+                                    {"seven", 7.0},
+                                    {"large", 3.0e9},
+                                    {"huge", 1.0e300},
+                                    {"third", 1.0 / 3.0}}) {
+    ASSERT_EQ(hfwritepropertydouble_f(file, name, {value}), 0);
+  }
   std::vector<int> integers;
   std::vector<float> reals;
   EXPECT_EQ(hfreadpropertyint_f(file, "half", integers), hyfs_incorrect_datatype);
   EXPECT_EQ(hfreadpropertyint_f(file, "large", integers), hyfs_incorrect_datatype);
-  EXPECT_EQ(hfreadpropertyint_f(file, "seven", integers), 0);
-  EXPECT_EQ(integers, std::vector<int>{7});
+  EXPECT_EQ(get(hfreadpropertyint_f, file, "seven"), std::vector<int>{7});
   EXPECT_EQ(hfreadpropertyfloat_f(file, "huge", reals), hyfs_incorrect_datatype);
-  EXPECT_EQ(hfreadpropertyfloat_f(file, "third", reals), 0);
-  EXPECT_EQ(reals, std::vector<float>{1.0f / 3.0f});
+  EXPECT_EQ(get(hfreadpropertyfloat_f, file, "third"), std::vector<float>{1.0f / 3.0f});
   EXPECT_EQ(hfreadpropertyint_f(file, "absent", integers), hyfs_does_not_exist);
   // Text is no number, neither as an attribute nor as a dataset.
   EXPECT_EQ(hfreadpropertyint_f(file, "title", integers), hyfs_attribute_not_supported);
@@ -189,23 +156,16 @@ TEST(HyfsGrid, RoundTrip) {
   EXPECT_EQ(hfclosefile_f(file), 0);
   file = open(path);
   const HyfsHandle group = group_at(file, "Grid");
-  double x = 0, y = 0, z = 0, bearing = 0;
+  double x = 0, y = 0, z = 0;
   EXPECT_EQ(hfgetorigin_f(group, x, y, z), 0);
-  EXPECT_EQ(hfgetbearing_f(group, bearing), 0);
-  EXPECT_EQ((std::vector<double>{x, y, z, bearing}),
-            (std::vector<double>{500000.5, -3.25, 7.0, 341.5}));
-  int i = 0, j = 0, k = 0;
-  EXPECT_EQ(hfgetnumbercellsini_f(group, i), 0);
-  EXPECT_EQ(hfgetnumbercellsinj_f(group, j), 0);
-  EXPECT_EQ(hfgetnumbercellsink_f(group, k), 0);
-  EXPECT_EQ((std::vector<int>{i, j, k}), (std::vector<int>{3, 2, 4}));
-  std::vector<double> ci, cj, ck;
-  EXPECT_EQ(hfgetgridcoordsi_f(group, ci), 0);
-  EXPECT_EQ(hfgetgridcoordsj_f(group, cj), 0);
-  EXPECT_EQ(hfgetgridcoordsk_f(group, ck), 0);
-  EXPECT_EQ(ci, grid.i);
-  EXPECT_EQ(cj, grid.j);
-  EXPECT_EQ(ck, grid.k);
+  EXPECT_EQ((std::vector<double>{x, y, z}), (std::vector<double>{500000.5, -3.25, 7.0}));
+  EXPECT_EQ(get(hfgetbearing_f, group), 341.5);
+  EXPECT_EQ(get(hfgetnumbercellsini_f, group), 3);
+  EXPECT_EQ(get(hfgetnumbercellsinj_f, group), 2);
+  EXPECT_EQ(get(hfgetnumbercellsink_f, group), 4);
+  EXPECT_EQ(get(hfgetgridcoordsi_f, group), grid.i);
+  EXPECT_EQ(get(hfgetgridcoordsj_f, group), grid.j);
+  EXPECT_EQ(get(hfgetgridcoordsk_f, group), grid.k);
   EXPECT_EQ(hfclosefile_f(file), 0);
 }
 
@@ -237,24 +197,21 @@ TEST(HyfsGrid, FaultsHaveTheirOwnCodes) {
 // ---- calendar ----
 
 TEST(HyfsCalendar, KnownDays) {
-  struct Row {
+  // Meeus 1991, table 7.a, and the start of Unix time.
+  const struct {
     int era, year, month, day, hour, minute;
     double second, julian_day;
-  };
-  // Meeus 1991, table 7.a, and the start of Unix time.
-  const Row rows[] = {
-      {1, 2000, 1, 1, 12, 0, 0.0, 2451545.0},
-      {1, 1970, 1, 1, 0, 0, 0.0, 2440587.5},
-      {1, 1957, 10, 4, 19, 26, 24.0, 2436116.31},
-      {1, 1582, 10, 15, 0, 0, 0.0, 2299160.5},
-      {1, 1582, 10, 4, 0, 0, 0.0, 2299159.5},
-      {1, 837, 4, 10, 7, 12, 0.0, 2026871.8},
-      {1, 333, 1, 27, 12, 0, 0.0, 1842713.0},
-      {0, 1002, 8, 17, 21, 36, 0.0, 1355671.4},
-      {0, 4713, 1, 1, 12, 0, 0.0, 0.0},
-      {1, 2020, 2, 29, 23, 59, 59.999, 2458909.4999999884},
-  };
-  for (const Row& row : rows) {
+  } rows[] = {{1, 2000, 1, 1, 12, 0, 0.0, 2451545.0},
+              {1, 1970, 1, 1, 0, 0, 0.0, 2440587.5},
+              {1, 1957, 10, 4, 19, 26, 24.0, 2436116.31},
+              {1, 1582, 10, 15, 0, 0, 0.0, 2299160.5},
+              {1, 1582, 10, 4, 0, 0, 0.0, 2299159.5},
+              {1, 837, 4, 10, 7, 12, 0.0, 2026871.8},
+              {1, 333, 1, 27, 12, 0, 0.0, 1842713.0},
+              {0, 1002, 8, 17, 21, 36, 0.0, 1355671.4},
+              {0, 4713, 1, 1, 12, 0, 0.0, 0.0},
+              {1, 2020, 2, 29, 23, 59, 59.999, 2458909.4999999884}};
+  for (const auto& row : rows) {
     double day = 0.0;
     ASSERT_EQ(hfcalendartojulian_f(row.era, row.year, row.month, row.day, row.hour, row.minute,
                                    row.second, day),
@@ -283,11 +240,14 @@ TEST(HyfsCalendar, EveryDayOfFourCenturiesComesBack) {
 
 TEST(HyfsCalendar, DatesThatDoNotExistAreRefused) {
   double day = 0.0;
-  EXPECT_LT(hfcalendartojulian_f(1, 2021, 2, 29, 0, 0, 0.0, day), 0);
-  EXPECT_LT(hfcalendartojulian_f(1, 2021, 13, 1, 0, 0, 0.0, day), 0);
-  EXPECT_LT(hfcalendartojulian_f(1, 2021, 0, 1, 0, 0, 0.0, day), 0);
-  EXPECT_LT(hfcalendartojulian_f(1, 2021, 1, 1, 24, 0, 0.0, day), 0);
-  EXPECT_LT(hfcalendartojulian_f(2, 2021, 1, 1, 0, 0, 0.0, day), 0);
+  const int dates[][5] = {{1, 2021, 2, 29, 0},
+                          {1, 2021, 13, 1, 0},
+                          {1, 2021, 0, 1, 0},
+                          {1, 2021, 1, 1, 24},
+                          {2, 2021, 1, 1, 0}};
+  for (const auto& d : dates) {
+    EXPECT_LT(hfcalendartojulian_f(d[0], d[1], d[2], d[3], d[4], 0, 0.0, day), 0) << d[2];
+  }
   int era = 0, year = 0, month = 0, date = 0, hour = 0, minute = 0;
   double second = 0.0;
   EXPECT_LT(hfjuliantocalendar_f(std::nan(""), era, year, month, date, hour, minute, second), 0);

@@ -1,16 +1,17 @@
-// The NetCDF tools read what we write, and we read what they write. Skipped where they are absent.
+// Files that NetCDF tools and Python write. Skipped where these are absent; what they make of our
+// files is shown by the tests of the viewers.
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 #include "common/test_run.h"
-#include "dataset/hyfs.h"
+#include "dataset/hyfs_calls.h"
 
 namespace dfl {
 namespace {
 
-using test::TemporaryFolder;
+using namespace test;
 
 bool runs(const std::string& command) {
   return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
@@ -32,42 +33,6 @@ std::string python_with(const std::string& modules) {
     if (runs(std::string(python) + " -c 'import " + modules + "'")) return python;
   }
   return "";
-}
-
-HyfsHandle open(const std::string& path) {
-  HyfsHandle file = 0;
-  EXPECT_EQ(hfopenfile_f(path, true, file), 0) << path;
-  return file;
-}
-
-HyfsHandle group_at(HyfsHandle parent, const std::string& path) {
-  HyfsHandle group = 0;
-  EXPECT_EQ(hfopengroup_f(parent, path, group), 0) << path;
-  return group;
-}
-
-std::vector<float> scalar(HyfsHandle set, int index) {
-  std::vector<float> values;
-  EXPECT_EQ(hfreadscalarvaluestimestep_f(set, index, values), 0);
-  return values;
-}
-
-std::vector<double> times_of(HyfsHandle set) {
-  std::vector<double> times;
-  EXPECT_EQ(hfgetdatasettimes_f(set, times), 0);
-  return times;
-}
-
-std::string units_of(HyfsHandle set) {
-  std::string units;
-  EXPECT_EQ(hfgetdatasettimeunits_f(set, units), 0);
-  return units;
-}
-
-double reference_of(HyfsHandle set) {
-  double day = 0.0;
-  EXPECT_EQ(hfreadreftime_f(set, day), 0);
-  return day;
 }
 
 // As the flow model writes it, with the storage forms that NetCDF allows beside.
@@ -113,59 +78,48 @@ class NetcdfInput : public testing::Test {
 
 TEST_F(NetcdfInput, ElevationWithItsTimesUnitsAndDate) {
   const HyfsHandle set = group_at(file, "zeta");
-  int number = 0, values = 0, location = 9;
-  EXPECT_EQ(hfgetdatasetnumtimes_f(set, number), 0);
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-  EXPECT_EQ(hfgetscalardatalocation_f(set, location), 0);
-  EXPECT_EQ((std::vector<int>{number, values, location}), (std::vector<int>{2, 3, -1}));
-  EXPECT_EQ(times_of(set), (std::vector<double>{0, 1800.5}));
-  EXPECT_EQ(units_of(set), "Seconds");
-  EXPECT_EQ(reference_of(set), 2451544.5);
-  EXPECT_EQ(scalar(set, 1), (std::vector<float>{1, 2, -99999}));
-  EXPECT_EQ(scalar(set, 2), (std::vector<float>{4, 5, 6}));
-  EXPECT_EQ(hfgetscalardatalocation_f(group_at(file, "face_value"), location), 0);
-  EXPECT_EQ(location, 0);
+  EXPECT_EQ(get(hfgetdatasetnumtimes_f, set), 2);
+  EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 3);
+  EXPECT_EQ(get(hfgetscalardatalocation_f, set), -1);
+  EXPECT_EQ(get(hfgetdatasettimes_f, set), (std::vector<double>{0, 1800.5}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, set), "Seconds");
+  EXPECT_EQ(get(hfreadreftime_f, set), 2451544.5);
+  EXPECT_EQ(read(set, 1), (std::vector<float>{1, 2, -99999}));
+  EXPECT_EQ(read(set, 2), (std::vector<float>{4, 5, 6}));
+  EXPECT_EQ(get(hfgetscalardatalocation_f, group_at(file, "face_value")), 0);
 }
 
 TEST_F(NetcdfInput, StoredFormsBecomeRealsAndMissingValuesDry) {
-  EXPECT_EQ(scalar(group_at(file, "count"), 2), (std::vector<float>{4, 5, 16777216}));
-  EXPECT_EQ(scalar(group_at(file, "packed"), 1), (std::vector<float>{10, 11, -99999}));
-  EXPECT_EQ(scalar(group_at(file, "gaps"), 1), (std::vector<float>{1, -99999, 3}));
+  EXPECT_EQ(read(group_at(file, "count"), 2), (std::vector<float>{4, 5, 16777216}));
+  EXPECT_EQ(read(group_at(file, "packed"), 1), (std::vector<float>{10, 11, -99999}));
+  EXPECT_EQ(read(group_at(file, "gaps"), 1), (std::vector<float>{1, -99999, 3}));
   // Planes outermost.
-  EXPECT_EQ(scalar(group_at(file, "levels"), 2), (std::vector<float>{7, 8, 9, 10, 11, 12}));
+  EXPECT_EQ(read(group_at(file, "levels"), 2), (std::vector<float>{7, 8, 9, 10, 11, 12}));
   const HyfsHandle depth = group_at(file, "depth");
-  EXPECT_EQ(times_of(depth), std::vector<double>{0.0});
-  EXPECT_EQ(scalar(depth, 1), (std::vector<float>{10, 20, 30}));
-  std::vector<int> nodes;
-  EXPECT_EQ(hfreadpropertyint_f(file, "nodes", nodes), 0);
-  EXPECT_EQ(nodes, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, depth), std::vector<double>{0.0});
+  EXPECT_EQ(read(depth, 1), (std::vector<float>{10, 20, 30}));
+  EXPECT_EQ(get(hfreadpropertyint_f, file, "nodes"), (std::vector<int>{1, 2, 3}));
 }
 
 TEST_F(NetcdfInput, ATimeThatDoesNotGrowIsATimeStill) {
   const HyfsHandle set = group_at(file, "fixed");
-  EXPECT_EQ(times_of(set), (std::vector<double>{0, 6}));
-  EXPECT_EQ(units_of(set), "Hours");
-  EXPECT_EQ(reference_of(set), 2451544.0);
-  EXPECT_EQ(scalar(set, 2), (std::vector<float>{4, 5, 6}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, set), (std::vector<double>{0, 6}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, set), "Hours");
+  EXPECT_EQ(get(hfreadreftime_f, set), 2451544.0);
+  EXPECT_EQ(read(set, 2), (std::vector<float>{4, 5, 6}));
 }
 
 TEST_F(NetcdfInput, VelocityOfTwoVariablesOrOfOneWithPairs) {
-  int values = 0;
-  std::vector<float> pairs;
   HyfsHandle set = group_at(file, "u-vel,v-vel");
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-  EXPECT_EQ(values, 3);
-  EXPECT_EQ(hfreadvectorvaluestimestep_f(set, 2, pairs), 0);
-  EXPECT_EQ(pairs, (std::vector<float>{4, -4, 5, -5, 6, -6}));
-  EXPECT_EQ(units_of(set), "Seconds");
+  EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 3);
+  EXPECT_EQ(read_pairs(set, 2), (std::vector<float>{4, -4, 5, -5, 6, -6}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, set), "Seconds");
   set = group_at(file, "pair");
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-  EXPECT_EQ(values, 3);
-  EXPECT_EQ(hfreadvectorvaluestimestep_f(set, 1, pairs), 0);
-  EXPECT_EQ(pairs, (std::vector<float>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 3);
+  EXPECT_EQ(read_pairs(set, 1), (std::vector<float>{1, 2, 3, 4, 5, 6}));
   // Components of different size are no vector.
-  set = group_at(file, "zeta,levels");
-  EXPECT_EQ(hfgetdatasetnumvals_f(set, values), hyfs_size_incorrect);
+  int values = 0;
+  EXPECT_EQ(hfgetdatasetnumvals_f(group_at(file, "zeta,levels"), values), hyfs_size_incorrect);
 }
 
 // ---- files of Python users ----
@@ -198,139 +152,21 @@ with h5py.File(sys.argv[1], 'w') as f:
   const std::string path = folder.path("a.h5");
   ASSERT_EQ(output_of(python + " '" + script + "' '" + path + "'"), "");
   const HyfsHandle file = open(path);
-  std::vector<float> sizes;
-  std::vector<int> nodes;
-  EXPECT_EQ(hfreadpropertyfloat_f(file, "Datasets/D50", sizes), 0);
-  EXPECT_EQ(sizes, (std::vector<float>{0.1f, 0.25f}));
-  EXPECT_EQ(hfreadpropertyint_f(file, "Nodes", nodes), 0);
-  EXPECT_EQ(nodes, std::vector<int>{2});
-  EXPECT_EQ(scalar(group_at(file, "Datasets/D50"), 1), (std::vector<float>{0.1f, 0.25f}));
+  EXPECT_EQ(get(hfreadpropertyfloat_f, file, "Datasets/D50"), (std::vector<float>{0.1f, 0.25f}));
+  EXPECT_EQ(get(hfreadpropertyint_f, file, "Nodes"), std::vector<int>{2});
+  EXPECT_EQ(read(group_at(file, "Datasets/D50"), 1), (std::vector<float>{0.1f, 0.25f}));
   const HyfsHandle wse = group_at(file, "wse");
-  EXPECT_EQ(times_of(wse), (std::vector<double>{0, 3}));
-  EXPECT_EQ(units_of(wse), "Days");
-  EXPECT_EQ(reference_of(wse), 2451943.75);
-  EXPECT_EQ(scalar(wse, 2), (std::vector<float>{2, 3}));
-  std::vector<float> pairs;
-  EXPECT_EQ(hfreadvectorvaluestimestep_f(group_at(file, "flow"), 1, pairs), 0);
-  EXPECT_EQ(pairs, (std::vector<float>{1, 2, 1, 2}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, wse), (std::vector<double>{0, 3}));
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, wse), "Days");
+  EXPECT_EQ(get(hfreadreftime_f, wse), 2451943.75);
+  EXPECT_EQ(read(wse, 2), (std::vector<float>{2, 3}));
+  EXPECT_EQ(read_pairs(group_at(file, "flow"), 1), (std::vector<float>{1, 2, 1, 2}));
   const HyfsHandle grid = group_at(file, "Grid");
   std::vector<double> coordinates;
-  double bearing = 0.0;
-  EXPECT_EQ(hfgetgridcoordsi_f(grid, coordinates), 0);
-  EXPECT_EQ(coordinates, (std::vector<double>{10, 20}));
-  EXPECT_EQ(hfgetbearing_f(grid, bearing), 0);
-  EXPECT_EQ(bearing, 15.0);
+  EXPECT_EQ(get(hfgetgridcoordsi_f, grid), (std::vector<double>{10, 20}));
+  EXPECT_EQ(get(hfgetbearing_f, grid), 15.0);
   EXPECT_EQ(hfgetgridcoordsj_f(grid, coordinates), hyfs_does_not_exist);
   EXPECT_EQ(hfclosefile_f(file), 0);
-}
-
-// ---- our files in their tools ----
-
-void write_maps(const std::string& path) {
-  HyfsFileInfo info;
-  info.kind = "maps";
-  info.start_date = "2020-03-01 00:00:00";
-  info.expected_values = 4;
-  HyfsHandle file = 0, wse = 0, flow = 0;
-  ASSERT_EQ(hfcreatefile_f(path, true, info, file), 0);
-  ASSERT_EQ(hfwritemesh_f(file, {{0, 1, 0, 1}, {0, 0, 1, 1}, {-1, -2, -3, -4}, {1, 2, 3, 2, 4, 3}}),
-            0);
-  ASSERT_EQ(hfwritecrs_f(file, 32633), 0);
-  HyfsDatasetInfo data;
-  data.units = "m";
-  data.compression = 1;
-  ASSERT_EQ(hfcreatescalardataset_f(file, "wse", data, wse), 0);
-  ASSERT_EQ(hfcreatevectordataset_f(file, "flow", data, flow), 0);
-  const std::vector<float> values{0.5f, 1, 2, -99999};
-  const std::vector<float> pairs{1, 2, 3, 4, 5, 6, 7, 8};
-  for (const double time : {0.0, 900.0}) {
-    EXPECT_EQ(hfwritescalartimestep_f(wse, time, values.data(), 4), 0);
-    EXPECT_EQ(hfwritevectortimestep_f(flow, time, pairs.data(), 4), 0);
-  }
-  ASSERT_EQ(hfclosefile_f(file), 0);
-}
-
-void write_parcels(const std::string& path, const std::string& group_path) {
-  HyfsFileInfo info;
-  info.kind = "particles";
-  info.start_date = "2020-03-01 00:00:00";
-  HyfsHandle file = 0, group = 0, state = 0, id = 0;
-  ASSERT_EQ(hfcreatefile_f(path, true, info, file), 0);
-  ASSERT_EQ(hfcreategeometricpathgroup_f(file, group_path, "1-2-3", 1, group), 0);
-  HyfsDatasetInfo data;
-  ASSERT_EQ(hfcreatescalardsetextndbl_f(group, "state", data, state), 0);
-  const std::vector<double> positions{1, 2, 3, 4, 5, 6};
-  const std::vector<float> values{1, 0};
-  EXPECT_EQ(hfwriteparticletimestep_f(group, 0.0, 1, positions.data()), 0);
-  EXPECT_EQ(hfwritescalartimestep_f(state, 0.0, values.data(), 1), 0);
-  EXPECT_EQ(hfwriteparticletimestep_f(group, 60.0, 2, positions.data()), 0);
-  EXPECT_EQ(hfextendscalardataset_f(state, 2), 0);
-  EXPECT_EQ(hfwritescalartimestep_f(state, 60.0, values.data(), 2), 0);
-  data.location = "trajectory";
-  ASSERT_EQ(hfcreatescalardataset_f(group, "grain size", data, id), 0);
-  EXPECT_EQ(hfwritescalartimestep_f(id, 0.0, values.data(), 2), 0);
-  ASSERT_EQ(hfclosefile_f(file), 0);
-}
-
-TEST(NetcdfOutput, DumpShowsDimensionsAndMeshOfMaps) {
-  if (!runs("command -v ncdump")) GTEST_SKIP() << "no ncdump";
-  const TemporaryFolder folder;
-  const std::string path = folder.path("m.h5");
-  write_maps(path);
-  const std::string text = output_of("ncdump '" + path + "'");
-  for (const char* part :
-       {"time = UNLIMITED ; // (2 currently)", "mesh_node = 4 ;", "mesh_face = 2 ;",
-        "float wse(time, mesh_node) ;", "wse:_FillValue = -99999.f ;",
-        "float flow_x(time, mesh_node) ;", "flow_x:long_name = \"flow, x-component\" ;",
-        "time:units = \"seconds since 2020-03-01 00:00:00\" ;",
-        "mesh:cf_role = \"mesh_topology\" ;",
-        "int mesh_face_nodes(mesh_face, mesh_max_face_nodes) ;",
-        "mesh_face_nodes:start_index = 0 ;", "projected_coordinate_system:epsg = 32633 ;",
-        ":Conventions = \"CF-1.8 UGRID-1.0\" ;", " time = 0, 900 ;",
-        " mesh_node_z = -1, -2, -3, -4 ;"}) {
-    EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
-  }
-}
-
-TEST(NetcdfOutput, ParcelsStandInTheRootAndInTheirGroup) {
-  const std::string python = python_with("xarray,netCDF4,h5py");
-  if (python.empty()) GTEST_SKIP() << "no xarray";
-  const TemporaryFolder folder;
-  const std::string script = folder.write("look.py", R"(
-import sys, xarray as xr, h5py, numpy as np
-path, group = sys.argv[1:3]
-p = xr.open_dataset(path)
-print(dict(p.sizes), p.x.notnull().sum('trajectory').values, p.state.values[1],
-      p['grain size'].values, str(p.time.values[1])[:19], p.parcels.values, p.trajectory.values)
-g = xr.open_dataset(path, group=group)
-print(sorted(g.variables), g.z.values[1])
-with h5py.File(path) as f:
-    print(f[group].attrs['hyfs_type'], f['x'] == f[group]['x'], f['x'].dims[1].keys())
-)");
-  for (const char* group : {"run1_particles", "../out dir/ré_particles"}) {
-    const std::string path = folder.path("p.h5");
-    write_parcels(path, group);
-    EXPECT_EQ(output_of(python + " '" + script + "' '" + path + "' '" + group + "'"),
-              "{'time': 2, 'trajectory': 2} [1 2] [1. 0.] [1. 0.] 2020-03-01T00:01:00 [1 2] [1 2]\n"
-              "['grain size', 'state', 'x', 'y', 'z'] [3. 6.]\n"
-              "b'particle set' True ['trajectory']\n")
-        << group;
-  }
-}
-
-TEST(NetcdfOutput, XarrayHidesDryNodesAndReadsTheTimes) {
-  const std::string python = python_with("xarray,netCDF4");
-  if (python.empty()) GTEST_SKIP() << "no xarray";
-  const TemporaryFolder folder;
-  const std::string script = folder.write("look.py", R"(
-import sys, xarray as xr
-m = xr.open_dataset(sys.argv[1])
-print(m.wse.values[1], m.flow_y.values[0], str(m.time.values[1])[:19], m.mesh_face_nodes.values[1])
-)");
-  const std::string path = folder.path("m.h5");
-  write_maps(path);
-  EXPECT_EQ(output_of(python + " '" + script + "' '" + path + "'"),
-            "[0.5 1.  2.  nan] [2. 4. 6. 8.] 2020-03-01T00:15:00 [1 3 2]\n");
 }
 
 }  // namespace

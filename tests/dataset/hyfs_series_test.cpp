@@ -4,57 +4,12 @@
 #include <hdf5.h>
 
 #include "common/test_run.h"
-#include "dataset/hyfs.h"
+#include "dataset/hyfs_calls.h"
 
 namespace dfl {
 namespace {
 
-using test::TemporaryFolder;
-
-HyfsHandle create(const std::string& path, const std::string& kind,
-                  const std::string& start = "2020-03-01 12:00:00") {
-  HyfsFileInfo info;
-  info.kind = kind;
-  info.start_date = start;
-  HyfsHandle file = 0;
-  EXPECT_EQ(hfcreatefile_f(path, true, info, file), 0);
-  return file;
-}
-
-HyfsHandle open(const std::string& path, bool read_only = true) {
-  HyfsHandle file = 0;
-  EXPECT_EQ(hfopenfile_f(path, read_only, file), 0) << path;
-  return file;
-}
-
-HyfsHandle group_at(HyfsHandle parent, const std::string& path) {
-  HyfsHandle group = 0;
-  EXPECT_EQ(hfopengroup_f(parent, path, group), 0) << path;
-  return group;
-}
-
-HyfsHandle scalar(HyfsHandle parent, const std::string& path, const HyfsDatasetInfo& info) {
-  HyfsHandle set = 0;
-  EXPECT_EQ(hfcreatescalardataset_f(parent, path, info, set), 0) << path;
-  return set;
-}
-
-int write(HyfsHandle set, double time, const std::vector<float>& values) {
-  return hfwritescalartimestep_f(set, time, values.data(),
-                                 static_cast<std::int64_t>(values.size()));
-}
-
-std::vector<float> read(HyfsHandle set, int index) {
-  std::vector<float> values;
-  EXPECT_EQ(hfreadscalarvaluestimestep_f(set, index, values), 0);
-  return values;
-}
-
-std::vector<double> times_of(HyfsHandle set) {
-  std::vector<double> times;
-  EXPECT_EQ(hfgetdatasettimes_f(set, times), 0);
-  return times;
-}
+using namespace test;
 
 double fill_of(HyfsHandle file, const char* path) {
   const hid_t set = H5Dopen2(file, path, H5P_DEFAULT);
@@ -69,6 +24,8 @@ double fill_of(HyfsHandle file, const char* path) {
 bool has_attribute(HyfsHandle file, const char* path, const char* name) {
   return H5Aexists_by_name(file, path, name, H5P_DEFAULT) > 0;
 }
+
+const HyfsMesh triangle{{0, 1, 0}, {0, 0, 1}, {-1, -2, -3}, {1, 2, 3}};
 
 TEST(HyfsSeries, ScalarRoundTripWithCompressionAndNestedPath) {
   const TemporaryFolder folder;
@@ -88,19 +45,13 @@ TEST(HyfsSeries, ScalarRoundTripWithCompressionAndNestedPath) {
 
     file = open(path);
     set = group_at(file, "Datasets/Water Surface Elevation (63)");
-    int number = 0, values = 0, location = 9;
-    double day = 0.0;
-    std::string units;
     std::vector<float> none;
-    EXPECT_EQ(hfgetdatasetnumtimes_f(set, number), 0);
-    EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-    EXPECT_EQ(hfreadreftime_f(set, day), 0);
-    EXPECT_EQ(hfgetdatasettimeunits_f(set, units), 0);
-    EXPECT_EQ(hfgetscalardatalocation_f(set, location), 0);
-    EXPECT_EQ((std::vector<int>{number, values, location}), (std::vector<int>{2, 3, -1}));
-    EXPECT_EQ(day, 2458910.0);
-    EXPECT_EQ(units, "Seconds");
-    EXPECT_EQ(times_of(set), (std::vector<double>{0.5, 1.5}));
+    EXPECT_EQ(get(hfgetdatasetnumtimes_f, set), 2);
+    EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 3);
+    EXPECT_EQ(get(hfgetscalardatalocation_f, set), -1);
+    EXPECT_EQ(get(hfreadreftime_f, set), 2458910.0);
+    EXPECT_EQ(get(hfgetdatasettimeunits_f, set), "Seconds");
+    EXPECT_EQ(get(hfgetdatasettimes_f, set), (std::vector<double>{0.5, 1.5}));
     EXPECT_EQ(read(set, 1), (std::vector<float>{1, 2, 3}));
     EXPECT_EQ(read(set, 2), (std::vector<float>{4, 5, 6}));
     EXPECT_EQ(hfreadscalarvaluestimestep_f(set, 0, none), hyfs_size_incorrect);
@@ -123,8 +74,8 @@ TEST(HyfsSeries, DatasetsOfAFileShareItsTimeAndAnotherTimeGetsItsOwn) {
     }
   }
   EXPECT_EQ(write(b, 1300.0, {5, 6}), 0);
-  EXPECT_EQ(times_of(a), (std::vector<double>{0, 600, 1200}));
-  EXPECT_EQ(times_of(b), (std::vector<double>{0, 600, 1300}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, a), (std::vector<double>{0, 600, 1200}));
+  EXPECT_EQ(get(hfgetdatasettimes_f, b), (std::vector<double>{0, 600, 1300}));
   EXPECT_EQ(read(b, 3), (std::vector<float>{5, 6}));
   EXPECT_EQ(H5Lexists(file, "b_time", H5P_DEFAULT), 1);
   EXPECT_EQ(H5Lexists(file, "a_time", H5P_DEFAULT), 0);
@@ -132,13 +83,9 @@ TEST(HyfsSeries, DatasetsOfAFileShareItsTimeAndAnotherTimeGetsItsOwn) {
   info.time_units = "Hours";
   const HyfsHandle c = scalar(file, "c", info);
   EXPECT_EQ(write(c, 0.5, {7, 8}), 0);
-  EXPECT_EQ(times_of(c), std::vector<double>{0.5});
-  std::string units;
-  double day = 0.0;
-  EXPECT_EQ(hfgetdatasettimeunits_f(c, units), 0);
-  EXPECT_EQ(units, "Hours");
-  EXPECT_EQ(hfreadreftime_f(c, day), 0);  // the date of the file: none was written
-  EXPECT_EQ(day, 2458910.0);
+  EXPECT_EQ(get(hfgetdatasettimes_f, c), std::vector<double>{0.5});
+  EXPECT_EQ(get(hfgetdatasettimeunits_f, c), "Hours");
+  EXPECT_EQ(get(hfreadreftime_f, c), 2458910.0);  // the date of the file: none was written
   EXPECT_EQ(hfclosefile_f(file), 0);
 }
 
@@ -191,13 +138,11 @@ TEST(HyfsSeries, VectorRoundTripByMarkerPathListAndComponents) {
   HyfsDatasetInfo info;
   info.values = 2;
   info.location = "faces";
-  HyfsHandle set = 0;
-  ASSERT_EQ(hfcreatevectordataset_f(file, "Datasets/transport rate", info, set), 0);
+  HyfsHandle set = test::vector(file, "Datasets/transport rate", info);
   EXPECT_EQ(hfwritereftime_f(set, 2451545.0), 0);
-  const std::vector<float> first{1, 2, 3, 4}, second{5, 6, 7, 8};
-  EXPECT_EQ(hfwritevectortimestep_f(set, 0.0, first.data(), 2), 0);
-  EXPECT_EQ(hfwritevectortimestep_f(set, 60.0, second.data(), 2), 0);
-  EXPECT_EQ(hfwritevectortimestep_f(set, 120.0, second.data(), 1), hyfs_size_incorrect);
+  EXPECT_EQ(write_pairs(set, 0.0, {1, 2, 3, 4}), 0);
+  EXPECT_EQ(write_pairs(set, 60.0, {5, 6, 7, 8}), 0);
+  EXPECT_EQ(write_pairs(set, 120.0, {5, 6}), hyfs_size_incorrect);
   EXPECT_EQ(hfclosegroup_f(set), 0);
   EXPECT_EQ(hfclosefile_f(file), 0);
 
@@ -206,19 +151,16 @@ TEST(HyfsSeries, VectorRoundTripByMarkerPathListAndComponents) {
        {"Datasets/transport rate", "Datasets/transport rate_x, Datasets/transport rate_y",
         "Datasets/transport rate_x,transport rate_y"}) {
     set = group_at(file, way);
-    int number = 0, values = 0, x = 9, y = 9;
-    double day = 0.0;
+    int x = 9, y = 9;
     std::vector<float> pairs;
-    EXPECT_EQ(hfgetdatasetnumtimes_f(set, number), 0);
-    EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
+    EXPECT_EQ(get(hfgetdatasetnumtimes_f, set), 2);
+    EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 2);
     EXPECT_EQ(hfgetvector2ddatalocations_f(set, x, y), 0);
-    EXPECT_EQ((std::vector<int>{number, values, x, y}), (std::vector<int>{2, 2, 3, 4})) << way;
-    EXPECT_EQ(hfreadreftime_f(set, day), 0);
-    EXPECT_EQ(day, 2451545.0);
-    EXPECT_EQ(hfreadvectorvaluestimestep_f(set, 2, pairs), 0);
-    EXPECT_EQ(pairs, second) << way;
+    EXPECT_EQ(std::pair(x, y), std::pair(3, 4)) << way;
+    EXPECT_EQ(get(hfreadreftime_f, set), 2451545.0);
+    EXPECT_EQ(read_pairs(set, 2), (std::vector<float>{5, 6, 7, 8})) << way;
     EXPECT_EQ(hfreadscalarvaluestimestep_f(set, 2, pairs), hyfs_group_type);
-    EXPECT_EQ(times_of(set), (std::vector<double>{0, 60}));
+    EXPECT_EQ(get(hfgetdatasettimes_f, set), (std::vector<double>{0, 60}));
     EXPECT_EQ(hfclosegroup_f(set), 0);
     EXPECT_LT(hfclosegroup_f(set), 0);  // closed already
   }
@@ -253,7 +195,7 @@ TEST(HyfsSeries, LocationsOfScalars) {
 TEST(HyfsMaps, AttributesThatViewersNeedAndThoseTheyChokeOn) {
   const TemporaryFolder folder;
   const HyfsHandle file = create(folder.path("a.h5"), "maps");
-  ASSERT_EQ(hfwritemesh_f(file, {{0, 1, 0}, {0, 0, 1}, {-1, -2, -3}, {1, 2, 3}}), 0);
+  ASSERT_EQ(hfwritemesh_f(file, triangle), 0);
   ASSERT_EQ(hfwritecrs_f(file, 32633), 0);
   for (const char* name : {"wse", "bed", "wave direction"}) {
     HyfsDatasetInfo info;  // the count comes from the mesh
@@ -288,24 +230,19 @@ TEST(HyfsMaps, AMeshThatDoesNotFitIsRefused) {
 
 // ---- particles ----
 
-struct Frame {
-  double time;
-  std::vector<double> positions;
-};
-
-void write_frame(const std::string& path, const std::string& group_path, const Frame& frame) {
+void write_frame(const std::string& path, const std::string& group_path, double time,
+                 const std::vector<double>& positions) {
   const HyfsHandle file = open(path, false);
   const HyfsHandle group = group_at(file, group_path);
-  const std::int64_t count = static_cast<std::int64_t>(frame.positions.size() / 3);
-  EXPECT_EQ(hfwriteparticletimestep_f(group, frame.time, count, frame.positions.data()), 0);
+  const std::int64_t count = static_cast<std::int64_t>(positions.size() / 3);
+  EXPECT_EQ(hfwriteparticletimestep_f(group, time, count, positions.data()), 0);
   const HyfsHandle speed = group_at(group, "speed");
-  int there = 0;
-  hfgetdatasetnumvals_f(speed, there);
+  const int there = get(hfgetdatasetnumvals_f, speed);
   if (there != 0 && there != count) {
     EXPECT_EQ(hfextendscalardataset_f(speed, count), 0);
   }
   const std::vector<float> values(static_cast<std::size_t>(count), static_cast<float>(count));
-  EXPECT_EQ(write(speed, frame.time, values), 0);
+  EXPECT_EQ(write(speed, time, values), 0);
   EXPECT_EQ(hfclosegroup_f(speed), 0);
   EXPECT_EQ(hfclosegroup_f(group), 0);
   EXPECT_EQ(hfclosefile_f(file), 0);
@@ -335,8 +272,8 @@ TEST(HyfsParticles, AnyPrefixMakesAGroup) {
         "d 1/été ü", "time/run1", "x/run1", "speed/run1", "trajectory/x/run1", "id/run1"}) {
     const std::string group_path = std::string(prefix) + "_particles";
     create_particles(path, group_path);
-    write_frame(path, group_path, {0.0, {1, 2, 3}});
-    write_frame(path, group_path, {60.0, {4, 5, 6, 7, 8, 9}});
+    write_frame(path, group_path, 0.0, {1, 2, 3});
+    write_frame(path, group_path, 60.0, {4, 5, 6, 7, 8, 9});
 
     HyfsHandle file = open(path, false);
     HyfsHandle group = group_at(file, group_path);
@@ -350,12 +287,9 @@ TEST(HyfsParticles, AnyPrefixMakesAGroup) {
 
     file = open(path);
     group = group_at(file, group_path);
-    double day = 0.0;
-    int number = 0, values = 0;
-    EXPECT_EQ(hfreadreftime_f(group, day), 0);
-    EXPECT_EQ(day, 2458910.0);
+    EXPECT_EQ(get(hfreadreftime_f, group), 2458910.0);
     set = group_at(file, group_path + "/x");
-    EXPECT_EQ(times_of(set), (std::vector<double>{0, 60}));
+    EXPECT_EQ(get(hfgetdatasettimes_f, set), (std::vector<double>{0, 60}));
     EXPECT_EQ(read(set, 1), (std::vector<float>{1, -9999.9f})) << prefix;
     EXPECT_EQ(read(set, 2), (std::vector<float>{4, 7}));
     EXPECT_EQ(read(group_at(file, "/z"), 2), (std::vector<float>{6, 9})) << prefix;
@@ -363,10 +297,9 @@ TEST(HyfsParticles, AnyPrefixMakesAGroup) {
     EXPECT_EQ(read(set, 1), (std::vector<float>{1, -9999.9f}));
     EXPECT_EQ(read(set, 2), (std::vector<float>{2, 2}));
     set = group_at(group, "id");
-    EXPECT_EQ(hfgetdatasetnumtimes_f(set, number), 0);
-    EXPECT_EQ(hfgetdatasetnumvals_f(set, values), 0);
-    EXPECT_EQ((std::vector<int>{number, values}), (std::vector<int>{1, 2}));
-    EXPECT_EQ(times_of(set), std::vector<double>{0.0});
+    EXPECT_EQ(get(hfgetdatasetnumtimes_f, set), 1);
+    EXPECT_EQ(get(hfgetdatasetnumvals_f, set), 2);
+    EXPECT_EQ(get(hfgetdatasettimes_f, set), std::vector<double>{0.0});
     EXPECT_EQ(read(set, 1), (std::vector<float>{1, 2}));
     EXPECT_EQ(hfclosefile_f(file), 0);
     EXPECT_EQ(hfwriteparticlesxmf_f(path), 0) << prefix;
@@ -377,7 +310,7 @@ TEST(HyfsParticles, CountsThatShrinkAndConstantsOffTimeZeroAreRefused) {
   const TemporaryFolder folder;
   const std::string path = folder.path("a.h5");
   create_particles(path, "run_particles");
-  write_frame(path, "run_particles", {0.0, {1, 2, 3, 4, 5, 6}});
+  write_frame(path, "run_particles", 0.0, {1, 2, 3, 4, 5, 6});
   const HyfsHandle file = open(path, false);
   const HyfsHandle group = group_at(file, "run_particles");
   const std::vector<double> one{1, 2, 3};
@@ -407,8 +340,8 @@ TEST(HyfsSidecar, HoldsAGridOfItsOwnSizeForEachFrameAndNamesTheFileBesideIt) {
   const TemporaryFolder folder;
   const std::string path = folder.path("a & b_particles.h5");
   create_particles(path, "run_particles");
-  write_frame(path, "run_particles", {0.0, {1, 2, 3}});
-  write_frame(path, "run_particles", {600.25, {4, 5, 6, 7, 8, 9}});
+  write_frame(path, "run_particles", 0.0, {1, 2, 3});
+  write_frame(path, "run_particles", 600.25, {4, 5, 6, 7, 8, 9});
   ASSERT_EQ(hfwriteparticlesxmf_f(path), 0);
   const std::string text = test::read_text(folder.path("a & b_particles.xmf"));
   EXPECT_EQ(count_of(text, "<Time Value=\"0\"/>"), 1u);
@@ -426,13 +359,10 @@ TEST(HyfsSidecar, MapsShowTheMeshScalarsAndJoinedVectorsOfWholeFrames) {
   const TemporaryFolder folder;
   const std::string path = folder.path("m_maps.h5");
   const HyfsHandle file = create(path, "maps");
-  ASSERT_EQ(hfwritemesh_f(file, {{0, 1, 0}, {0, 0, 1}, {-1, -2, -3}, {1, 2, 3}}), 0);
-  const HyfsHandle bed = scalar(file, "bed", HyfsDatasetInfo());
-  HyfsHandle flow = 0;
-  ASSERT_EQ(hfcreatevectordataset_f(file, "flow", HyfsDatasetInfo(), flow), 0);
-  const std::vector<float> pairs{1, 2, 3, 4, 5, 6};
+  ASSERT_EQ(hfwritemesh_f(file, triangle), 0);
+  const HyfsHandle bed = scalar(file, "bed"), flow = test::vector(file, "flow");
   EXPECT_EQ(write(bed, 0.0, {1, 2, 3}), 0);
-  EXPECT_EQ(hfwritevectortimestep_f(flow, 0.0, pairs.data(), 3), 0);
+  EXPECT_EQ(write_pairs(flow, 0.0, {1, 2, 3, 4, 5, 6}), 0);
   EXPECT_EQ(write(bed, 60.0, {1, 2, 3}), 0);  // the flow of this frame is missing
   EXPECT_EQ(hfclosefile_f(file), 0);
   ASSERT_EQ(hfwritemapsxmf_f(path), 0);
@@ -449,22 +379,20 @@ TEST(HyfsSidecar, KeptTextGivesTheSameFileAtEveryFrame) {
   const TemporaryFolder folder;
   const std::string maps = folder.path("m_maps.h5"), particles = folder.path("m_particles.h5");
   const HyfsHandle file = create(maps, "maps");
-  ASSERT_EQ(hfwritemesh_f(file, {{0, 1, 0}, {0, 0, 1}, {-1, -2, -3}, {1, 2, 3}}), 0);
-  scalar(file, "bed", HyfsDatasetInfo());
-  HyfsHandle flow = 0;
-  ASSERT_EQ(hfcreatevectordataset_f(file, "flow", HyfsDatasetInfo(), flow), 0);
+  ASSERT_EQ(hfwritemesh_f(file, triangle), 0);
+  scalar(file, "bed");
+  test::vector(file, "flow");
   EXPECT_EQ(hfclosefile_f(file), 0);
   create_particles(particles, "run_particles");
   HyfsSidecar kept_maps, kept_particles;
   std::vector<double> positions;
   for (int frame = 0; frame < 4; ++frame) {
     const HyfsHandle again = open(maps, false);
-    const std::vector<float> pairs{1, 2, 3, 4, 5, 6};
     EXPECT_EQ(write(group_at(again, "bed"), 60.0 * frame, {1, 2, 3}), 0);
-    EXPECT_EQ(hfwritevectortimestep_f(group_at(again, "flow"), 60.0 * frame, pairs.data(), 3), 0);
+    EXPECT_EQ(write_pairs(group_at(again, "flow"), 60.0 * frame, {1, 2, 3, 4, 5, 6}), 0);
     EXPECT_EQ(hfclosefile_f(again), 0);
     if (frame != 1) positions.insert(positions.end(), {1.0, 2.0, 3.0});  // none is born in frame 1
-    write_frame(particles, "run_particles", {60.0 * frame, positions});
+    write_frame(particles, "run_particles", 60.0 * frame, positions);
 
     ASSERT_EQ(hfwritemapsxmf_f(maps, kept_maps), 0);
     ASSERT_EQ(hfwriteparticlesxmf_f(particles, kept_particles), 0);
@@ -478,7 +406,7 @@ TEST(HyfsSidecar, KeptTextGivesTheSameFileAtEveryFrame) {
   }
   // Text kept of a longer file is of no use.
   create_particles(particles, "run_particles");
-  write_frame(particles, "run_particles", {5.0, {1, 2, 3}});
+  write_frame(particles, "run_particles", 5.0, {1, 2, 3});
   ASSERT_EQ(hfwriteparticlesxmf_f(particles, kept_particles), 0);
   const std::string text = test::read_text(folder.path("m_particles.xmf"));
   EXPECT_EQ(count_of(text, "<Time Value="), 1u);

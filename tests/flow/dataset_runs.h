@@ -35,6 +35,31 @@ inline void write_two_nodes(DatasetFile& file, const std::vector<double>& times)
   file.vector("uv", times, uv);
 }
 
+// The run on a file of its own with such times.
+inline FlowRun& two_node_run(FlowRun& f, const std::vector<double>& times) {
+  DatasetFile file(f.folder.path("flow.h5"));
+  write_two_nodes(file, times);
+  return hyfs_run(f);
+}
+
+// Bottom flow at two nodes at the times 0, 60 ...: U is t / 10 at node 1.
+inline void bottom_flow(FlowRun& f, int steps) {
+  DatasetFile bottom(f.folder.path("bottom.h5"));
+  bottom.info.values = 2;
+  std::vector<double> times;
+  std::vector<Values> pairs;
+  for (int k = 0; k < steps; ++k) {
+    times.push_back(60.0 * k);
+    pairs.push_back({6.0f * static_cast<float>(k), 1, 2, 3});
+  }
+  bottom.vector("ub", times, pairs);
+  Settings& s = f.run.settings;
+  s.method.velocity = VelocityMethod::two_point;
+  s.method.bottom_flow = FlowFormat::hyfs;
+  s.bottom_flow_file = f.folder.path("bottom.h5");
+  s.hyfs_bot_path = "ub";
+}
+
 // A grid of square cells of 10 m, turned by `angle` degrees, all active; mesh nodes at their
 // corners.
 struct CellRun : FlowRun {
@@ -114,7 +139,8 @@ struct LatticeRun : FlowRun {
   }
   // One value for each place of a step, with k the level or plane, i and j from 1.
   using Field = std::function<float(int i, int j, int k)>;
-  Values step(const Field& field, int levels) const {
+  void write(DatasetFile& file, const std::string& path, int levels, const Field& field,
+             const std::vector<double>& times = {0, 60}) const {
     const bool n3d = run.flow.IDEN == 6;
     const int ni = run.grid.NumI - (n3d ? 0 : 1), nj = run.grid.NumJ - (n3d ? 0 : 1);
     Values values;
@@ -123,11 +149,6 @@ struct LatticeRun : FlowRun {
         for (int i = 1; i <= ni; ++i) values.push_back(field(i, j, k));
       }
     }
-    return values;
-  }
-  void write(DatasetFile& file, const std::string& path, const Field& field, int levels,
-             const std::vector<double>& times = {0, 60}) const {
-    const Values values = step(field, levels);
     file.info.values = static_cast<std::int64_t>(values.size());
     file.scalar(path, times, std::vector<Values>(times.size(), values));
   }

@@ -6,7 +6,6 @@
 #include "control/run_clock.h"
 #include "flow/dataset_runs.h"
 #include "flow/flow_datasets.h"
-#include "flow/vertical_profile.h"
 
 namespace dfl {
 namespace {
@@ -17,6 +16,7 @@ using test::day_2000;
 using test::FlowRun;
 using test::hyfs_run;
 using test::LatticeRun;
+using test::two_node_run;
 using test::Values;
 using test::write_two_nodes;
 
@@ -39,28 +39,23 @@ void open_hyfs(RunState& run) {
 
 TEST(FlowDatasets, NodeFramesWithChangingIntervalsAndOneSkipped) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {60, 120, 180, 300});
-  }
-  hyfs_run(f).run.settings.start_flow = 1000.0;
+  two_node_run(f, {60, 120, 180, 300}).run.settings.start_flow = 1000.0;
   open_hyfs(f.run);
   FLOW_START(f.run);
   const FlowState& flow = f.run.flow;
   EXPECT_EQ(flow.TIMEearliest, 1000.0);
   EXPECT_EQ(flow.TIMElast, 1300.0);
-  struct Case {
+  const struct {
     double t;
     float weight;
     double held;  // time in the file that the flow stands for
-  };
-  const Case cases[] = {
+  } cases[] = {
       {1000.0, 0.0f, 60.0},   {1060.0, 0.0f, 60.0},
       {1075.0, 0.25f, 75.0},  {1120.0, 1.0f, 120.0},  // the pair (60, 120)
       {1210.0, 0.25f, 210.0},  // frame 3 is passed over, and its time makes the interval 120 s
       {1300.0, 1.0f, 300.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.t);
     advance(f.run, c.t);
     EXPECT_EQ(flow.FLOWfrac, c.weight);
@@ -75,11 +70,7 @@ TEST(FlowDatasets, NodeFramesWithChangingIntervalsAndOneSkipped) {
 
 TEST(FlowDatasets, OneStepIsHeldAndCoversEveryTime) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {500});
-  }
-  hyfs_run(f).run.settings.stop_run = 1.0e9;
+  two_node_run(f, {500}).run.settings.stop_run = 1.0e9;
   open_hyfs(f.run);
   FLOW_START(f.run);
   for (const double t : {0.0, 500.0, 1.0e9}) {
@@ -90,12 +81,11 @@ TEST(FlowDatasets, OneStepIsHeldAndCoversEveryTime) {
 }
 
 TEST(FlowDatasets, ReferenceTimeStartsTheFlowUnlessACardDoes) {
-  struct Case {
+  const struct {
     double card;  // below 0: none
     double reference_day;
     double start;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {-999.0, day_2000, seconds_2000()},
       {-999.0, day_2000 + 0.5 + 1.0 / 86400.0, seconds_2000() + 43201.0},
       {77.0, day_2000, 77.0},
@@ -103,7 +93,7 @@ TEST(FlowDatasets, ReferenceTimeStartsTheFlowUnlessACardDoes) {
       // Before the reference year: 12 leap days from 1904 to 1948.
       {-999.0, 2415020.5, -(50.0 * 365.0 + 12.0) * 86400.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.reference_day);
     FlowRun f(2);
     f.console_to_file();
@@ -236,20 +226,19 @@ TEST(FlowDatasets, CellsOfATelescopingGridAreMappedFromTheirOwnAxes) {
 }
 
 TEST(FlowDatasets, UnitWordAndReferenceOfCells) {
-  struct Case {
+  const struct {
     const char* units;
     float step;   // the card
     double card;  // start_flow
     double last;  // time of step 2
     double start;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"HOURS", 7.0f, -999.0, 7200.0, seconds_2000()},
       {"hours since", 7.0f, 5.0, 7200.0, 5.0},
       {"Seconds", 7.0f, 5.0, 2.0, 5.0},
       {"Minutes", 60.0f, 5.0, 120.0, 5.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.units);
     CellRun f(1, 1, 0.0);
     f.run.settings.n2d_step = c.step;
@@ -268,32 +257,24 @@ TEST(FlowDatasets, LatticeCellsComeToTheirNodes) {
   LatticeRun f(FlowFormat::gr3d, 4, 3, 2);
   {
     DatasetFile file(f.folder.path("flow.h5"));
-    f.write(
-        file, "z", [](int i, int j, int) { return static_cast<float>(i + 10 * j); }, 1);
-    f.write(
-        file, "u", [](int i, int, int k) { return static_cast<float>(i * k); }, 2);
-    f.write(
-        file, "v", [](int, int j, int k) { return static_cast<float>(j + k); }, 2);
-    f.write(
-        file, "w", [](int, int, int k) { return 0.1f * static_cast<float>(k); }, 2);
-    f.write(
-        file, "s", [](int i, int, int k) { return i == 1 && k == 1 ? -999.0f : 20.0f; }, 2);
-    f.write(
-        file, "t", [](int, int, int k) { return static_cast<float>(10 * k); }, 2);
+    f.write(file, "z", 1, [](int i, int j, int) { return static_cast<float>(i + 10 * j); });
+    f.write(file, "u", 2, [](int i, int, int k) { return static_cast<float>(i * k); });
+    f.write(file, "v", 2, [](int, int j, int k) { return static_cast<float>(j + k); });
+    f.write(file, "w", 2, [](int, int, int k) { return 0.1f * static_cast<float>(k); });
+    f.write(file, "s", 2, [](int i, int, int k) { return i == 1 && k == 1 ? -999.0f : 20.0f; });
+    f.write(file, "t", 2, [](int, int, int k) { return static_cast<float>(10 * k); });
   }
   f.open();
   FLOW_START(f.run);
   const FlowState& flow = f.run.flow;
   // Cells are 3 by 2. Inner node: the mean of four; side: of two; corner: its one.
-  struct Case {
+  const struct {
     int i, j;
     float z, u1;  // u at level 1; twice that at level 2
-  };
-  const Case cases[] = {{1, 1, 11.0f, 1.0f}, {4, 1, 13.0f, 3.0f}, {1, 3, 21.0f, 1.0f},
-                        {4, 3, 23.0f, 3.0f}, {2, 1, 11.5f, 1.5f}, {3, 3, 22.5f, 2.5f},
-                        {1, 2, 16.0f, 1.0f}, {4, 2, 18.0f, 3.0f}, {2, 2, 16.5f, 1.5f},
-                        {3, 2, 17.5f, 2.5f}};
-  for (const Case& c : cases) {
+  } cases[] = {{1, 1, 11.0f, 1.0f}, {4, 1, 13.0f, 3.0f}, {1, 3, 21.0f, 1.0f}, {4, 3, 23.0f, 3.0f},
+               {2, 1, 11.5f, 1.5f}, {3, 3, 22.5f, 2.5f}, {1, 2, 16.0f, 1.0f}, {4, 2, 18.0f, 3.0f},
+               {2, 2, 16.5f, 1.5f}, {3, 2, 17.5f, 2.5f}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.i) + " " + std::to_string(c.j));
     const int n = f.node(c.i, c.j);
     EXPECT_FLOAT_EQ(flow.ETAnew(n), c.z);
@@ -318,7 +299,7 @@ TEST(FlowDatasets, NodeBesideALatticeCellWithoutValueIsDry) {
   {
     DatasetFile file(f.folder.path("flow.h5"));
     const auto dry_left = [](int i, int, int) { return i == 1 ? -999.0f : 1.0f; };
-    for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, dry_left, 1);
+    for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, 1, dry_left);
   }
   f.open();
   FLOW_START(f.run);
@@ -343,24 +324,15 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
   {
     DatasetFile file(f.folder.path("flow.h5"));
     // The last column is dry: all planes in one height.
-    f.write(
-        file, "grid/z",
-        [](int i, int, int k) {
-          return i == 3 ? -1.0f : -10.0f + 12.0f * 0.25f * static_cast<float>(k - 1);
-        },
-        5);
-    f.write(
-        file, "grid/u",
-        [](int i, int j, int k) {
-          return i == 3 && j == 3 && k == 1 ? -999.0f : static_cast<float>(10 * i + k);
-        },
-        5);
-    f.write(
-        file, "grid/v", [](int, int j, int k) { return static_cast<float>(j * k); }, 5);
-    f.write(
-        file, "grid/w", [](int, int, int k) { return static_cast<float>(k * k); }, 5);
-    f.write(
-        file, "grid/s", [](int, int, int k) { return static_cast<float>(30 + k); }, 5);
+    f.write(file, "grid/z", 5, [](int i, int, int k) {
+      return i == 3 ? -1.0f : -10.0f + 12.0f * 0.25f * static_cast<float>(k - 1);
+    });
+    f.write(file, "grid/u", 5, [](int i, int j, int k) {
+      return i == 3 && j == 3 && k == 1 ? -999.0f : static_cast<float>(10 * i + k);
+    });
+    f.write(file, "grid/v", 5, [](int, int j, int k) { return static_cast<float>(j * k); });
+    f.write(file, "grid/w", 5, [](int, int, int k) { return static_cast<float>(k * k); });
+    f.write(file, "grid/s", 5, [](int, int, int k) { return static_cast<float>(30 + k); });
   }
   f.open();
   FLOW_START(f.run);
@@ -383,41 +355,10 @@ TEST(FlowDatasets, PlanesComeToLevelsAndSidesToNodes) {
   // One level without a value leaves none for the average.
   EXPECT_EQ(flow.Unew(f.node(3, 3), 0), dry_surface);
   EXPECT_FLOAT_EQ(flow.Vnew(n, 0), 2.5f * 2.5f);
-}
-
-TEST(FlowDatasets, VelocityAtAHeightFollowsTheLevelsOfTheNode) {
-  // Shear u = 2 sigma over two columns of one and two metres, evenly spaced planes.
-  LatticeRun f(FlowFormat::n3d, 2, 2, 8);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    f.write(
-        file, "grid/z",
-        [](int i, int, int k) {
-          return static_cast<float>(i) * (static_cast<float>(k - 1) / 8.0f - 1.0f);
-        },
-        9);
-    // Sides carry the velocity of the level whose plane they share, at its middle.
-    const auto shear = [](int, int, int k) { return 2.0f * (static_cast<float>(k) - 0.5f) / 8.0f; };
-    f.write(file, "grid/u", shear, 9);
-    for (const char* path : {"grid/v", "grid/w", "grid/s"}) {
-      f.write(
-          file, path, [](int, int, int) { return 0.0f; }, 9);
-    }
-  }
-  f.open();
-  FLOW_START(f.run);
-  advance(f.run, 30.0);
-  const FlowState& flow = f.run.flow;
-  for (int n = 1; n <= 4; ++n) {
-    const float H = n % 2 == 1 ? 1.0f : 2.0f;
-    EXPECT_FLOAT_EQ(flow.Unode(n, 0), 1.0f);  // depth average of 2 sigma
-    for (const float r : {0.03f, 0.25f, 0.5f, 0.8f}) {
-      EXPECT_NEAR(VERT_INTERP(flow, FlowFormat::n3d, r * H, H, 0, EndRule::to_zero, EndRule::hold,
-                              flow.Unode, n),
-                  2.0f * r, 1.0e-5f)
-          << n << " " << r;
-    }
-  }
+  advance(f.run, 30.0);  // both frames are alike
+  for (int k = 1; k <= 4; ++k) EXPECT_FLOAT_EQ(flow.SIGnode(n, k), flow.SIGnew(n, k));
+  EXPECT_FLOAT_EQ(flow.Unode(n, 0), 27.5f);
+  EXPECT_EQ(flow.Unode(f.node(3, 3), 0), 0.0f);
 }
 
 TEST(FlowDatasets, LevelsMoveOnWithTheFrames) {
@@ -459,7 +400,7 @@ TEST(FlowDatasets, LatticeCellsWarnWhereTheirUnitIsNotTheCards) {
       DatasetFile file(f.folder.path("flow.h5"));
       file.info.time_units = "Hours";
       const auto one = [](int, int, int) { return 1.0f; };
-      for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, one, 1);
+      for (const char* path : {"z", "u", "v", "w", "s", "t"}) f.write(file, path, 1, one);
     }
     f.open();
     EXPECT_EQ(f.run.flow.dTime, 60.0f * step);
@@ -478,9 +419,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
     DatasetFile file(f.folder.path("flow.h5"));
     const auto one = [](int, int, int) { return 1.0f; };
     for (const char* path : {"grid/z", "grid/u", "grid/w", "grid/s"}) {
-      f.write(file, path, one, 2, {0, 60, 120, 150});
+      f.write(file, path, 2, one, {0, 60, 120, 150});
     }
-    f.write(file, "grid/v", one, 2, {0, 60, 121, 150});
+    f.write(file, "grid/v", 2, one, {0, 60, 121, 150});
   }
   f.open();
   const std::string console = f.console_text();
@@ -497,19 +438,9 @@ TEST(FlowDatasets, UnevenStepsAndOtherTimesOfTheVelocityAreTold) {
 
 TEST(FlowDatasets, BottomFlowIsBlendedWithTheMainFlow) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {0, 60, 120});
-    DatasetFile bottom(f.folder.path("bottom.h5"));
-    bottom.info.values = 2;
-    bottom.vector("ub", {0, 60, 120}, {{0, 1, 2, 3}, {6, 1, 2, 3}, {12, 1, 2, 3}});
-  }
-  Settings& s = hyfs_run(f).run.settings;
-  s.method.velocity = VelocityMethod::two_point;
-  s.method.bottom_flow = FlowFormat::hyfs;
-  s.bottom_flow_file = f.folder.path("bottom.h5");
-  s.hyfs_bot_path = "ub";
-  s.bottom_mask_file = f.folder.write("mask", "title\n2\n1 0\n2 1\n");
+  two_node_run(f, {0, 60, 120});
+  test::bottom_flow(f, 3);
+  f.run.settings.bottom_mask_file = f.folder.write("mask", "title\n2\n1 0\n2 1\n");
   OPEN_BOTTOM_FLOW(f.run);
   open_hyfs(f.run);
   FLOW_START(f.run);
@@ -530,18 +461,8 @@ TEST(FlowDatasets, BottomFlowIsBlendedWithTheMainFlow) {
 
 TEST(FlowDatasets, BottomFlowThatEndsEarlyStopsTheRun) {
   FlowRun f(2);
-  {
-    DatasetFile file(f.folder.path("flow.h5"));
-    write_two_nodes(file, {0, 60, 120});
-    DatasetFile bottom(f.folder.path("bottom.h5"));
-    bottom.info.values = 2;
-    bottom.vector("ub", {0, 60}, {{0, 1, 2, 3}, {6, 1, 2, 3}});
-  }
-  Settings& s = hyfs_run(f).run.settings;
-  s.method.velocity = VelocityMethod::two_point;
-  s.method.bottom_flow = FlowFormat::hyfs;
-  s.bottom_flow_file = f.folder.path("bottom.h5");
-  s.hyfs_bot_path = "ub";
+  two_node_run(f, {0, 60, 120});
+  test::bottom_flow(f, 2);
   OPEN_BOTTOM_FLOW(f.run);
   open_hyfs(f.run);
   FLOW_START(f.run);

@@ -47,22 +47,18 @@ struct FlowRun {
 };
 
 // Files of one node: elevation t / 1000, velocity t / 100 and -t / 100 at time t.
-inline std::string one_node_elevation(const std::vector<double>& times, double interval,
-                                      int frames = 0) {
+inline std::string one_node_file(int variables, const std::vector<double>& times, double interval,
+                                 int frames = 0) {
   std::ostringstream out;
   out.precision(12);
   out << "title\n"
-      << (frames > 0 ? frames : static_cast<int>(times.size())) << " 1 " << interval << " 10 1\n";
-  for (double t : times) out << t << " 10\n1 " << t / 1000.0 << '\n';
-  return out.str();
-}
-inline std::string one_node_velocity(const std::vector<double>& times, double interval,
-                                     int frames = 0) {
-  std::ostringstream out;
-  out.precision(12);
-  out << "title\n"
-      << (frames > 0 ? frames : static_cast<int>(times.size())) << " 1 " << interval << " 10 2\n";
-  for (double t : times) out << t << " 10\n1 " << t / 100.0 << ' ' << -t / 100.0 << '\n';
+      << (frames > 0 ? frames : static_cast<int>(times.size())) << " 1 " << interval << " 10 "
+      << variables << '\n';
+  for (double t : times) {
+    out << t << " 10\n1 " << t / (variables == 1 ? 1000.0 : 100.0);
+    if (variables == 2) out << ' ' << -t / 100.0;
+    out << '\n';
+  }
   return out.str();
 }
 

@@ -12,10 +12,16 @@ namespace {
 using test::FlowRun;
 
 void start_one_node(FlowRun& f, const std::vector<double>& times, double interval, int frames = 0) {
-  f.write_2d(test::one_node_elevation(times, interval, frames),
-             test::one_node_velocity(times, interval, frames));
+  f.write_2d(test::one_node_file(1, times, interval, frames),
+             test::one_node_file(2, times, interval, frames));
   f.open_2d();
   FLOW_START(f.run);
+}
+
+void open_bottom(FlowRun& f, const std::vector<double>& times) {
+  f.run.settings.method.velocity = VelocityMethod::two_point;
+  f.run.settings.bottom_flow_file = f.folder.write("bottom.64", test::one_node_file(2, times, 60));
+  OPEN_BOTTOM_FLOW(f.run);
 }
 
 void advance(FlowRun& f, double t) {
@@ -32,19 +38,18 @@ TEST(FlowFrames, WeightOfTheNewerFrameAtAndBetweenFrames) {
   EXPECT_EQ(flow.TIMEfirst, 1060.0);
   EXPECT_EQ(flow.TIMEearliest, 1000.0);
   EXPECT_EQ(flow.TIMElast, 1240.0);
-  struct Case {
+  const struct {
     double t;
     float weight;
     double newer, older;  // frame times
-  };
-  const Case cases[] = {
+  } cases[] = {
       {1000.0, 0.0f, 1060.0, 1060.0},  // held for one interval before the first frame
       {1060.0, 0.0f, 1060.0, 1060.0},  // both are the first frame
       {1075.0, 0.25f, 1120.0, 1060.0}, {1120.0, 1.0f, 1120.0, 1060.0},
       {1195.0, 0.25f, 1240.0, 1180.0},  // the frame passed over has been read
       {1240.0, 1.0f, 1240.0, 1180.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.t);
     advance(f, c.t);
     EXPECT_EQ(flow.FLOWfrac, c.weight);
@@ -70,7 +75,8 @@ TEST(FlowFrames, WeightOfTheNewerFrameAtAndBetweenFrames) {
 // An empty item keeps the value of the frame before it, not of the one before that.
 TEST(FlowFrames, ItemLeftOutKeepsTheValueOfTheFrameBefore) {
   FlowRun f(1);
-  f.run.messages.HOSTEDmode = true;
+  f.console_to_file();
+  f.run.messages.HOSTEDmode = true;  // no progress lines
   f.write_2d("t\n3 1 60 30 1\n60 30\n1 0.1\n120 60\n1 0.2\n180 90\n1,,\n",
              "t\n3 1 60 30 2\n60 30\n1 1 -1\n120 60\n1 2 -2\n180 90\n1,,-3\n");
   f.open_2d();
@@ -80,14 +86,6 @@ TEST(FlowFrames, ItemLeftOutKeepsTheValueOfTheFrameBefore) {
   EXPECT_EQ(f.run.flow.Unew(1, 0), 2.0f);
   EXPECT_EQ(f.run.flow.Vnew(1, 0), -3.0f);
   EXPECT_EQ(f.run.flow.Uold(1, 0), 2.0f);
-}
-
-TEST(FlowFrames, HostedModeShowsNoProgressLine) {
-  FlowRun f(1);
-  f.console_to_file();
-  f.run.messages.HOSTEDmode = true;
-  start_one_node(f, {60, 120}, 60);
-  advance(f, 120.0);
   EXPECT_EQ(f.console_text().find("Advancing"), std::string::npos);
 }
 
@@ -157,18 +155,17 @@ TEST(FlowFrames, FewerFramesThanTheHeadTellsAreMissedOnlyWhenNeeded) {
 }
 
 TEST(FlowFrames, FormatsWithoutTheirReader) {
-  struct Case {
+  const struct {
     FlowFormat format;
     const char* word;
     bool two_dimensional;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {FlowFormat::hyfs, "hyfs", false, "ERROR:  \\*\\*\\* FlowFormat=HYFS IS NOT AVAILABLE YET"},
       // Not known in two dimensions: nothing is read, and the span is empty.
       {FlowFormat::gr3d, "gr3d", true, "ERROR:  \\*\\*\\* FLOW FILE DOES NOT RUN BEYOND STOP TIME"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.word);
     FlowRun f(1, c.two_dimensional);
     f.run.settings.method.flow = c.format;
@@ -217,11 +214,8 @@ TEST(FlowFrames, LayersAndScalarsMoveOnTogether) {
 TEST(FlowFrames, BottomFramesFollowTheMainFlow) {
   FlowRun f(1);
   f.console_to_file();
-  f.run.settings.method.velocity = VelocityMethod::two_point;
   f.run.settings.bottom_start_flow = 5.0;
-  f.run.settings.bottom_flow_file =
-      f.folder.write("bottom.64", test::one_node_velocity({60, 120, 180}, 60));
-  OPEN_BOTTOM_FLOW(f.run);
+  open_bottom(f, {60, 120, 180});
   start_one_node(f, {60, 120, 180}, 60);
   EXPECT_EQ(f.run.flow.TIMEbottom, 0.0);
   advance(f, 60.0);
@@ -244,10 +238,7 @@ TEST(FlowFrames, BottomFramesFollowTheMainFlow) {
 TEST(FlowFrames, LastBottomFrameServesUpToTheEndOfTheFlow) {
   FlowRun f(1);
   f.run.messages.HOSTEDmode = true;
-  f.run.settings.method.velocity = VelocityMethod::two_point;
-  f.run.settings.bottom_flow_file =
-      f.folder.write("bottom.64", test::one_node_velocity({348264.064, 348324.064}, 60));
-  OPEN_BOTTOM_FLOW(f.run);
+  open_bottom(f, {348264.064, 348324.064});
   start_one_node(f, {348264.064, 348324.064}, 60);
   advance(f, 348324.064);
   EXPECT_EQ(f.run.flow.TIMEbottom, 348324.0625);
@@ -259,10 +250,7 @@ TEST(FlowFrames, LastBottomFrameServesUpToTheEndOfTheFlow) {
 TEST(FlowFrames, BottomFileThatEndsBeforeTheFlowStopsTheRun) {
   FlowRun f(1);
   f.run.messages.HOSTEDmode = true;
-  f.run.settings.method.velocity = VelocityMethod::two_point;
-  f.run.settings.bottom_flow_file =
-      f.folder.write("bottom.64", test::one_node_velocity({60, 120}, 60));
-  OPEN_BOTTOM_FLOW(f.run);
+  open_bottom(f, {60, 120});
   start_one_node(f, {60, 120, 180}, 60);
   advance(f, 120.0);
   EXPECT_EXIT(advance(f, 121.0), testing::ExitedWithCode(0),
@@ -275,17 +263,16 @@ TEST(FlowFrames, BottomFileThatEndsBeforeTheFlowStopsTheRun) {
 
 TEST(FlowFrames, SurfaceFallsDryAndWetHalfway) {
   constexpr float dry = -99999.0f;
-  struct Case {
+  const struct {
     float newer, older, f, surface;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {2.0f, 1.0f, 0.25f, 1.25f},        {2.0f, dry, 0.49f, dry}, {2.0f, dry, 0.5f, 0.0f},
       {2.0f, dry, 0.75f, 1.0f},          {2.0f, dry, 1.0f, 2.0f}, {dry, 2.0f, 0.25f, 1.0f},
       {dry, 2.0f, 0.5f, 0.0f},           {dry, 2.0f, 0.51f, dry}, {dry, dry, 0.5f, dry},
       {-998.0f, 2.0f, 0.6f, dry},  // a value of -998 is a mark
       {-997.0f, -997.0f, 0.5f, -997.0f},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     FlowRun f(1);
     allocate_flow_arrays(f.run);
     f.run.flow.ETAnew(1) = c.newer;

@@ -83,12 +83,11 @@ TEST(FlowText, FileNameWithAPointAnywhereGetsNoExtension) {
 }
 
 TEST(FlowText, HeadsThatDoNotFitStopTheRun) {
-  struct Case {
+  const struct {
     const char* head_63;
     const char* head_64;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"1 3 60 30 1", "1 2 60 30 2", "ERROR: NUMnode error in ETA file"},
       {"1 2 60 30 2", "1 2 60 30 2", "ERROR: NVAR error in ETA file"},
       {"1 2 60 30 1", "9 9 61 31 9", "ERROR: Time0 error in VEL file"},
@@ -103,7 +102,7 @@ TEST(FlowText, HeadsThatDoNotFitStopTheRun) {
       {"5 2 0 30 1", "", "flow.63:2: expected an interval between frames above 0"},
       {"1 2 60 x 1", "", "flow.63:2: expected an integer, found \"x\""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.message);
     FlowRun f(2);
     f.write_2d(std::string("t\n") + c.head_63 + "\n60 30\n1 0\n2 0\n",
@@ -144,17 +143,16 @@ TEST(FlowText, BadFramesAreToldWithFileAndLine) {
 }
 
 TEST(FlowText, TimesOfTheFilesAgreeIfTheyAreEqualInFourBytes) {
-  struct Case {
+  // The steps of 4 bytes are 1/32 s wide at this time.
+  const struct {
     const char* header_64;
     bool agree;
-  };
-  // The steps of 4 bytes are 1/32 s wide at this time.
-  const Case cases[] = {{"348264.064 30", true},
-                        {"3.482640640E+05 30", true},
-                        {"348264.07 30", true},
-                        {"348264.09 30", false},
-                        {"348264.064 31", false}};
-  for (const Case& c : cases) {
+  } cases[] = {{"348264.064 30", true},
+               {"3.482640640E+05 30", true},
+               {"348264.07 30", true},
+               {"348264.09 30", false},
+               {"348264.064 31", false}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.header_64);
     FlowRun f(1);
     f.write_2d("t\n1 1 60 30 1\n348264.064 30\n1 0\n",
@@ -219,11 +217,10 @@ TEST(FlowText, LayeredFrameGivesLevelsAndDepthAverage) {
 }
 
 TEST(FlowText, LayeredHeads) {
-  struct Case {
+  const struct {
     const char* head;
     const char* message;  // null: accepted
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"1 1 60 30 3 1", nullptr},
       {"1 1 60 30 3 2", nullptr},
       {"1 1 60 30 3 0", "NVAR error in 3D-VEL file"},
@@ -235,7 +232,7 @@ TEST(FlowText, LayeredHeads) {
       {"1 1 60 30 0 3", "flow.45:2: expected a count of levels that fits the file, found 0"},
       {"1 1 60 30 2000000000 3", "flow.45:2: expected a count of levels that fits the file"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.head);
     LayeredRun f(1);
     f.write(c.head, three_levels);
@@ -263,12 +260,11 @@ TEST(FlowText, LayeredTimesAndLevelsThatDoNotFit) {
 
 // Fields of a scalar file for each code, with both heads, and a position too many on the header.
 TEST(FlowText, ScalarFields) {
-  struct Case {
+  const struct {
     int IDEN;
     const char* text;
     float density, salinity, temperature;  // at level 2; -1: no such field
-  };
-  const Case cases[] = {
+  } cases[] = {
       {1, "t\n1 1 60 30 3\n60 30 0 0\n1 1001 1002 1003\n", 1002, -1, -1},
       {2, "t\n1 1 60 30 3\n60 30 0 0 0 0 0\n1 1001 31 1002 32 1003 33\n", 1002, 32, -1},
       {3, "t\n1 1 60 30 3\n60 30 0 0 0 0 0\n1 1001 11 1002 12 1003 13\n", 1002, -1, 12},
@@ -278,7 +274,7 @@ TEST(FlowText, ScalarFields) {
       {1, "t\n1 1 60 30 3 1\n60 30 0 0\n1 21 22 199.5\n", 1022, -1, -1},
       {1, "t\n1 1 60 30 3 words\n60 30 0 0\n1 21 22 200\n", 22, -1, -1},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
     LayeredRun f(1);
     f.write("1 1 60 30 3 3", three_levels);
@@ -318,12 +314,11 @@ TEST(FlowText, SigmaTIsDecidedByTheFirstFrame) {
 }
 
 TEST(FlowText, ScalarHeadsThatDoNotFit) {
-  struct Case {
+  const struct {
     int IDEN;
     const char* head;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {1, "1 1 61 30 3", "Time0 error in 3D-DST file"},
       {1, "1 1 60 31 3", "NStep0 error in 3D-DST file"},
       {1, "2 1 60 30 3", "NUMframes error in 3D-DST file"},
@@ -332,7 +327,7 @@ TEST(FlowText, ScalarHeadsThatDoNotFit) {
       {5, "1 1 60 30 3", "IDEN does not match 3D-DST file"},
       {2, "1 1 60 30 3 4", "IDEN does not match 3D-DST file"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.head);
     LayeredRun f(1);
     f.write("1 1 60 30 3 3", three_levels);
@@ -385,11 +380,10 @@ TEST(FlowText, KfeFramesAreMeasuredAndRead) {
 TEST(FlowText, KfeFilesThatDoNotFit) {
   const std::string head = KfeRun::header("ND 2", "NE 1");
   const std::string dsp = "TS 0 0\n0\n0\nTS 1 60\n0\n0\n", vel = "TS 0 0\n0 0 0\n0 0 0\n";
-  struct Case {
+  const struct {
     std::string displacement, velocity;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {KfeRun::header("ND 3", "NE 1") + dsp, head, "NUMnode error in KFE prs file"},
       {KfeRun::header("ND 2", "NE 2") + dsp, head, "NUMnode error in KFE prs file"},
       {head + dsp, KfeRun::header("ND 1", "NE 1"), "NUMnode error in KFE vel file"},
@@ -400,7 +394,7 @@ TEST(FlowText, KfeFilesThatDoNotFit) {
       {head + "ENDDS\n", head, "dsp.dat:7: expected a frame, found the end of the data"},
       {KfeRun::header("ND", "NE 1") + dsp, head, "dsp.dat:4: expected an integer"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.message);
     KfeRun f;
     f.write(c.displacement, c.velocity);

@@ -34,19 +34,18 @@ TEST(VerticalProfile, LevelPositionAtEdges) {
   const float to_surface[] = {0.25f, 0.5f, 1.0f};
   const float below_surface[] = {0.25f, 0.5f, 0.75f};
   const float from_bed[] = {0.0f, 0.5f, 1.0f};
-  struct Case {
+  const struct {
     float z;
     const float* SIGMA;
     float position;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0.0f, to_surface, 0.0f},    {-1.0f, to_surface, 0.0f},   {1.0f, to_surface, 0.5f},
       {2.0f, to_surface, 1.0f},    {3.0f, to_surface, 1.5f},    {4.0f, to_surface, 2.0f},
       {6.0f, to_surface, 2.5f},    {8.0f, to_surface, 3.0f},    {9.0f, to_surface, 3.0f},
       {6.0f, below_surface, 3.0f}, {7.0f, below_surface, 3.5f}, {8.0f, below_surface, 4.0f},
       {0.0f, from_bed, 0.0f},      {2.0f, from_bed, 1.5f},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(LEVEL_POSITION(c.z, 8.0f, 3, c.SIGMA), c.position) << c.z << ' ' << c.SIGMA[2];
   }
   EXPECT_EQ(LEVEL_POSITION(0.0f, 0.0f, 3, to_surface), 0.0f);  // no water
@@ -54,12 +53,11 @@ TEST(VerticalProfile, LevelPositionAtEdges) {
 
 TEST(VerticalProfile, EndRulesBelowAndAboveTheLevels) {
   constexpr EndRule hold = EndRule::hold, zero = EndRule::to_zero;
-  struct Case {
+  const struct {
     float z;
     EndRule bottom, top;
     float with_top_at_surface, with_top_below;  // top level at 1 and at 0.75
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0.0f, zero, hold, 0.0f, 0.0f},   {0.0f, hold, hold, 10.0f, 10.0f},
       {1.0f, zero, hold, 5.0f, 5.0f},   {1.0f, hold, hold, 10.0f, 10.0f},
       {3.0f, zero, hold, 15.0f, 15.0f}, {5.0f, zero, hold, 25.0f, 30.0f},
@@ -68,7 +66,7 @@ TEST(VerticalProfile, EndRulesBelowAndAboveTheLevels) {
       {9.0f, zero, zero, 40.0f, 0.0f},
   };
   const Column to_surface(1.0f), below_surface(0.75f);
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_FLOAT_EQ(to_surface.at(c.z, c.bottom, c.top), c.with_top_at_surface) << c.z;
     EXPECT_FLOAT_EQ(below_surface.at(c.z, c.bottom, c.top), c.with_top_below) << c.z;
   }
@@ -159,66 +157,54 @@ TEST(VerticalProfile, RouseCentroidHasLimits) {
   EXPECT_FLOAT_EQ(ROUSE_CENTROID(4.0f, 0.1f, 0.0f), 0.0398f * 4.0f * std::pow(10.0f, -1.08f));
 }
 
-TEST(VerticalProfile, SuspendedLayerOfBedLoadAlone) {
-  float hc = 0.0f, fr = 0.0f;
-  // ustar at 1e-6 Ws: all bed load; a mobility of 1 gives the factor 3.
-  SUSPENDED_LAYER(VelocityMethod::log, 4.0f, 1.0f, 0.5f, 1.0f, 0.03f, 0.006f, 0.02f, 1.0e-6f, hc,
-                  fr);
-  EXPECT_FLOAT_EQ(fr, 3.0f * 0.02f / 0.5f);
-  SUSPENDED_LAYER(VelocityMethod::log, 4.0f, 1.0f, 0.0f, 1.0e12f, 0.03f, 0.006f, 0.02f, 1.0e-6f, hc,
-                  fr);
-  EXPECT_NEAR(fr, 10.0f * 0.02f / 0.001f, 1.0e-2f);  // the speed S is at least 0.001
-  SUSPENDED_LAYER(VelocityMethod::two_point, 4.0f, 0.1f, 0.0f, 1.0f, 0.03f, 0.006f, 0.0f, 0.0f, hc,
-                  fr);
-  EXPECT_EQ(fr, 0.0f);  // still water
-  EXPECT_FLOAT_EQ(hc, 0.03f * std::pow(10.0f, -1.47826f));
+struct Layer {
+  float hc = -1.0f, fr = -1.0f;
+};
+Layer layer(VelocityMethod method, float Ws, float S, float MOBILITY, float ustarc, float ustar) {
+  Layer l;
+  SUSPENDED_LAYER(method, 4.0f, Ws, S, MOBILITY, 0.03f, 0.006f, ustarc, ustar, l.hc, l.fr);
+  return l;
 }
 
-// At the height hc the logarithmic profile has the speed fr S, within the rounding of the two
-// constants.
-TEST(VerticalProfile, SuspendedLayerHeightHasItsSpeedOnTheLogProfile) {
-  float hc = 0.0f, fr = 0.0f;
-  SUSPENDED_LAYER(VelocityMethod::log, 4.0f, 0.01f, 0.8f, 5.0f, 0.03f, 0.006f, 0.012f, 0.04f, hc,
-                  fr);
-  EXPECT_NEAR(0.04f * 2.5f * std::log(30.0f * hc / 0.03f), fr * 0.8f, 0.002f * fr);
+TEST(VerticalProfile, SuspendedLayerOfBedLoadAlone) {
+  const float lowest = 0.03f * std::pow(10.0f, -1.47826f);
+  // ustar at 1e-6 Ws: all bed load; a mobility of 1 gives the factor 3.
+  EXPECT_FLOAT_EQ(layer(VelocityMethod::log, 1.0f, 0.5f, 1.0f, 0.02f, 1.0e-6f).fr,
+                  3.0f * 0.02f / 0.5f);
+  EXPECT_NEAR(layer(VelocityMethod::log, 1.0f, 0.0f, 1.0e12f, 0.02f, 1.0e-6f).fr,
+              10.0f * 0.02f / 0.001f, 1.0e-2f);  // the speed S is at least 0.001
+  const Layer still = layer(VelocityMethod::two_point, 0.1f, 0.0f, 1.0f, 0.0f, 0.0f);
+  EXPECT_EQ(still.fr, 0.0f);
+  EXPECT_FLOAT_EQ(still.hc, lowest);
+  // The bed may still move while the node's shear velocity, as old as the last bed update, is
+  // almost nothing.
+  for (const float ustar : {0.0f, 1.0e-30f, 1.0e-6f}) {
+    const Layer l = layer(VelocityMethod::log, 0.01f, 1.0f, 1.0f, 0.02f, ustar);
+    EXPECT_EQ(l.hc, lowest) << ustar;
+    EXPECT_NEAR(l.fr, 3.0f * 0.02f, 1.0e-3f);
+  }
 }
 
 // The power is formed from left to right: dividing first gives other last digits, which the
 // positions of parcels show.
 TEST(VerticalProfile, SuspendedLayerHeightIsFormedFromLeftToRight) {
-  constexpr float K = 0.03f;
   int differing = 0;
   for (int i = 1; i <= 200; ++i) {
     const float ustar = 0.0137f + 0.00031f * static_cast<float>(i);
-    float hc = 0.0f, fr = 0.0f;
     // With a mean speed of 1 fr is the speed of the centre.
-    SUSPENDED_LAYER(VelocityMethod::log, 4.0f, 0.01f, 1.0f, 5.0f, K, 0.006f, 0.012f, ustar, hc, fr);
-    ASSERT_EQ(hc, K * std::pow(10.0f, 0.173913f * fr / ustar - 1.47826f)) << ustar;
-    if (hc != K * std::pow(10.0f, 0.173913f * (fr / ustar) - 1.47826f)) ++differing;
+    const Layer l = layer(VelocityMethod::log, 0.01f, 1.0f, 5.0f, 0.012f, ustar);
+    ASSERT_EQ(l.hc, 0.03f * std::pow(10.0f, 0.173913f * l.fr / ustar - 1.47826f)) << ustar;
+    if (l.hc != 0.03f * std::pow(10.0f, 0.173913f * (l.fr / ustar) - 1.47826f)) ++differing;
   }
   EXPECT_GT(differing, 20);
-}
-
-// The bed may still move while the node's shear velocity, as old as the last bed update, is almost
-// nothing.
-TEST(VerticalProfile, SuspendedLayerWithAlmostNoShearIsFinite) {
-  const float lowest = 0.03f * std::pow(10.0f, -1.47826f);
-  for (const float ustar : {0.0f, 1.0e-30f, 1.0e-6f}) {
-    float hc = 0.0f, fr = 0.0f;
-    SUSPENDED_LAYER(VelocityMethod::log, 4.0f, 0.01f, 1.0f, 1.0f, 0.03f, 0.006f, 0.02f, ustar, hc,
-                    fr);
-    EXPECT_EQ(hc, lowest) << ustar;
-    EXPECT_NEAR(fr, 3.0f * 0.02f, 1.0e-3f);
-  }
 }
 
 TEST(VerticalProfile, SuspendedLayerOfUniformAndThreeDimensionalFlow) {
   const float fs = SUSPENDED_FRACTION(0.01f, 0.02f), hr = ROUSE_CENTROID(4.0f, 0.01f, 0.02f);
   for (const VelocityMethod method : {VelocityMethod::uniform, VelocityMethod::sigma_3d}) {
-    float hc = -1.0f, fr = -1.0f;
-    SUSPENDED_LAYER(method, 4.0f, 0.01f, 0.8f, 5.0f, 0.03f, 0.006f, 0.012f, 0.02f, hc, fr);
-    EXPECT_EQ(fr, 1.0f);
-    EXPECT_EQ(hc, (1.0f - fs) * 0.006f * 0.5f + fs * hr);
+    const Layer l = layer(method, 0.01f, 0.8f, 5.0f, 0.012f, 0.02f);
+    EXPECT_EQ(l.fr, 1.0f);
+    EXPECT_EQ(l.hc, (1.0f - fs) * 0.006f * 0.5f + fs * hr);
   }
 }
 

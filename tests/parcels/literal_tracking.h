@@ -6,14 +6,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "control/run_state.h"
 #include "flow/vertical_profile.h"
 #include "mesh/find_element.h"
-#include "mesh/geometry.h"
+#include "parcels/displacement.h"
 #include "parcels/kinematics.h"
-#include "parcels/random_stream.h"
 #include "parcels/track_parcel.h"
+#include "parcels/track_stage.h"
 #include "sediment/primitives.h"
 #include "sediment/van_rijn.h"
 
@@ -24,47 +25,25 @@ constexpr float pi = 3.14159f;
 constexpr float two_pi = 6.28318f;
 constexpr float tan_of_repose = 0.62486875f;  // of 32 degrees
 
-// Working values of one step, SI units.
-struct Working {
-  // The parcel at the stage under way.
-  double x = 0.0, y = 0.0;
-  float z = 0.0f, height = 0.0f;
-  int element = 0;
-  Logical DORMANT = logical_false;
-  float BURIAL = 0.0f, MOBILITY = 0.0f;
-  // The parcel at the start of the step.
-  double Xs = 0.0, Ys = 0.0;
-  int e0 = 0;
-  float h0 = 0.0f, z0 = 0.0f;
-  Walk walk;
-  double DTsub = 0.0;
-  // Fields at the parcel.
-  Weights w3;
+// Working values of one step, and fields that the packed form keeps elsewhere. SI units.
+struct Working : Stage {
   int n1 = 0, n2 = 0, n3 = 0;
-  float H = 0.0f, B = 0.0f, B0 = 0.0f;
-  float D90 = 0.0f, D50 = 0.0f, Db = 0.0f, KSgrain = 0.0f, KStotal = 0.0f;
-  float Hw = 0.0f, Tw = 0.0f, theta_w = 0.0f;
-  float U = 0.0f, V = 0.0f, S = 0.0f;
-  float rho = 0.0f, nu = 0.0f;
-  float tau = 0.0f, tau_cr = 0.0f, Pu = 0.0f;
-  float ustar = 0.0f, ustarc = 0.0f;
-  // Velocity of the parcel.
-  float u = 0.0f, v = 0.0f, w = 0.0f, su = 0.0f;
-  float hc = 0.0f, hs = 0.0f, fr = 0.0f;
-  // What DISPLACEMENT gives.
-  double dx = 0.0, dy = 0.0, dz = 0.0;
-  bool absolute = false;  // a position and a height, not a displacement
-  int status = 1;
+  float B = 0.0f, D90 = 0.0f, D50 = 0.0f;
 };
 
 inline float at_nodes(const Working& s, const Array<float>& f) {
-  return NODE_INTERP(s.w3, s.n1, s.n2, s.n3, f);
+  return NODE_INTERP(s.weights, s.n1, s.n2, s.n3, f);
 }
 
 inline float at_height(const RunState& run, const Working& s, float z, int first_level,
                        EndRule bottom, EndRule top, const Array2<float>& f) {
-  return ELEMENT_VERT_INTERP(run.flow, run.settings.method.flow, s.w3, s.n1, s.n2, s.n3, z, s.H,
-                             first_level, bottom, top, f);
+  return ELEMENT_VERT_INTERP(run.flow, run.settings.method.flow, s.weights, s.n1, s.n2, s.n3, z,
+                             s.H, first_level, bottom, top, f);
+}
+
+// At the parcel's height, held beyond the levels.
+inline float at_parcel(const RunState& run, const Working& s, const Array2<float>& f) {
+  return at_height(run, s, s.height, 1, EndRule::hold, EndRule::hold, f);
 }
 
 inline float degrees(float angle) {
@@ -72,9 +51,6 @@ inline float degrees(float angle) {
 }
 inline float radians(float angle) {
   return angle * pi / 180.0f;
-}
-inline float held(float value, float low, float high) {
-  return std::min(std::max(value, low), high);
 }
 
 // Shear stress on the bed by current and waves, Pa.
@@ -98,26 +74,13 @@ inline float stress_pie(const Working& s, float omega, float k, float Ax, float 
 // Raises the roughness at the parcel to the least one of the formula.
 inline float stress_van_rijn(const RunState& run, const Parcel& parcel, Working& s, float Ud,
                              float phi) {
-  VanRijnInput in;
-  in.number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
-  in.h = s.H;
-  in.U = s.S;
-  in.Vr = 0.0f;
-  in.Ud = Ud;
-  in.H = s.Hw;
-  in.T = s.Tw;
-  in.phi = phi;
-  in.D50 = s.D50;
-  in.D90 = s.D90;
-  in.Ds = s.D50;
-  in.kc = s.KStotal;
-  in.kw = s.KStotal;
-  in.temperature = run.flow.UNIFORMtem ? run.settings.temperature
-                                       : at_height(run, s, s.height, 1, EndRule::hold,
-                                                   EndRule::hold, run.flow.TEMnode);
-  in.salinity = run.flow.UNIFORMsal ? run.settings.salinity * 1000.0f
-                                    : at_height(run, s, s.height, 1, EndRule::hold, EndRule::hold,
-                                                run.flow.SALnode);
+  const int number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
+  const float temperature =
+      run.flow.UNIFORMtem ? run.settings.temperature : at_parcel(run, s, run.flow.TEMnode);
+  const float salinity =
+      run.flow.UNIFORMsal ? run.settings.salinity * 1000.0f : at_parcel(run, s, run.flow.SALnode);
+  const VanRijnInput in{number, s.H,   s.S,   0.0f,      Ud,        s.Hw,        s.Tw,    phi,
+                        s.D50,  s.D90, s.D50, s.KStotal, s.KStotal, temperature, salinity};
   const VanRijnResult result = VAN_RIJN(run.messages, in);
   s.KStotal = result.kc;
   return result.max_stress;
@@ -155,10 +118,8 @@ inline bool LOCAL_CONDITIONS(const RunState& run, const Parcel& parcel, Working&
   const AdvectionMethod advection = set.method.advection;
 
   // Depth, bed and roughness.
-  s.w3 = element_weights(run.messages, mesh, s.element, s.x, s.y);
-  s.n1 = mesh.ELnode1(s.element);
-  s.n2 = mesh.ELnode2(s.element);
-  s.n3 = mesh.ELnode3(s.element);
+  s.weights = element_weights(run.messages, mesh, s.element, s.x, s.y);
+  s.n1 = mesh.ELnode1(s.element), s.n2 = mesh.ELnode2(s.element), s.n3 = mesh.ELnode3(s.element);
   s.H = at_nodes(s, run.flow.Hnode);
   s.B = at_nodes(s, mesh.DEPTHnode);
   s.D90 = at_nodes(s, run.sediment.D90);
@@ -172,8 +133,8 @@ inline bool LOCAL_CONDITIONS(const RunState& run, const Parcel& parcel, Working&
   float Ax = at_nodes(s, run.waves.WAVEdirx);
   float Ay = at_nodes(s, run.waves.WAVEdiry);
   s.theta_w = degrees(std::atan2(Ax, Ay));
-  s.U = NODE_INTERP2(s.w3, s.n1, s.n2, s.n3, run.flow.Unode, 0);
-  s.V = NODE_INTERP2(s.w3, s.n1, s.n2, s.n3, run.flow.Vnode, 0);
+  s.U = NODE_INTERP2(s.weights, s.n1, s.n2, s.n3, run.flow.Unode, 0);
+  s.V = NODE_INTERP2(s.weights, s.n1, s.n2, s.n3, run.flow.Vnode, 0);
   s.Hw = at_nodes(s, run.waves.WAVEheight);
   s.Tw = at_nodes(s, run.waves.WAVEperiod);
   if (!(s.Tw > 0.0f)) {  // no waves
@@ -223,12 +184,9 @@ inline bool LOCAL_CONDITIONS(const RunState& run, const Parcel& parcel, Working&
   s.S = std::sqrt(s.U * s.U + s.V * s.V);
 
   // Water.
-  s.rho = run.flow.UNIFORMden
-              ? set.water_density
-              : at_height(run, s, s.height, 1, EndRule::hold, EndRule::hold, run.flow.DENnode);
-  s.nu = run.flow.UNIFORMtem ? set.water_viscosity
-                             : VISCOSITY_T(at_height(run, s, s.height, 1, EndRule::hold,
-                                                     EndRule::hold, run.flow.TEMnode));
+  s.rho = run.flow.UNIFORMden ? set.water_density : at_parcel(run, s, run.flow.DENnode);
+  s.nu =
+      run.flow.UNIFORMtem ? set.water_viscosity : VISCOSITY_T(at_parcel(run, s, run.flow.TEMnode));
 
   // Stress on the bed and the stress to exceed.
   s.tau = set.method.eulerian == EulerianMethod::pie ? stress_pie(s, omega, k, Ax, Ay, Aw, Ub, phi)
@@ -319,27 +277,13 @@ inline void PARCEL_VELOCITY(const RunState& run, const Parcel& parcel, Working& 
                       s.ustar, s.hc, s.fr);
     }
   } else {
-    CentroidInput in;
-    in.waves = set.waves;
-    in.H = s.H;
-    in.wave_period = s.Tw;
-    in.wave_height = s.Hw;
-    in.wave_direction = s.theta_w;
-    in.S = s.S;
-    in.u = s.U;
-    in.v = s.V;
-    in.D = parcel.D;
-    in.KStotal = s.KStotal;
-    in.temperature = flow.UNIFORMtem ? set.temperature
-                                     : at_height(run, s, s.height, 1, EndRule::hold, EndRule::hold,
-                                                 flow.TEMnode);
+    const int number = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
+    const float temperature = flow.UNIFORMtem ? set.temperature : at_parcel(run, s, flow.TEMnode);
     // A salinity field is in parts per thousand, the card's value a mass fraction.
-    in.salinity =
-        flow.UNIFORMsal
-            ? set.salinity
-            : at_height(run, s, s.height, 1, EndRule::hold, EndRule::hold, flow.SALnode) / 1000.0f;
-    in.ustar = s.ustar;
-    in.parcel = static_cast<int>(&parcel - run.parcels.PARCELS.data()) + 1;
+    const float salinity =
+        flow.UNIFORMsal ? set.salinity : at_parcel(run, s, flow.SALnode) / 1000.0f;
+    const CentroidInput in{set.waves, s.H,      s.Tw,      s.Hw,        s.theta_w, s.S,     s.U,
+                           s.V,       parcel.D, s.KStotal, temperature, salinity,  s.ustar, number};
     CENTROID_VAN_RIJN(run.messages, method, in, parcel.Ws, s.KSgrain, s.hc, s.fr);
   }
   if (advection != AdvectionMethod::d2) s.fr = 1.0f;
@@ -356,6 +300,14 @@ inline void PARCEL_VELOCITY(const RunState& run, const Parcel& parcel, Working& 
     }
   }
 
+  const auto profile = [&](float z, float& u, float& v) {
+    if (second_point) {
+      TWO_POINT_PROFILE(s.H, set.bottom_flow_height, s.KSgrain, s.U, s.V, UB, VB, z, u, v);
+    } else {
+      log_velocity(s, z, u, v);
+    }
+  };
+
   // Velocity at height hs.
   if (!flow.FLOW2D) {
     s.u = at_height(run, s, s.hs, 0, EndRule::to_zero, EndRule::hold, flow.Unode);
@@ -366,15 +318,12 @@ inline void PARCEL_VELOCITY(const RunState& run, const Parcel& parcel, Working& 
     s.u = s.U;
     s.v = s.V;
     s.su = s.S;
-  } else if (method == VelocityMethod::two_point && second_point) {
-    if (s.hs > 0.0f) {
-      TWO_POINT_PROFILE(s.H, set.bottom_flow_height, s.KSgrain, s.U, s.V, UB, VB, s.hs, s.u, s.v);
-      s.su = std::sqrt(s.u * s.u + s.v * s.v);
-    } else {
-      s.u = s.v = s.su = 0.0f;
-    }
   } else if (method == VelocityMethod::log || method == VelocityMethod::two_point) {
-    log_velocity(s, s.hs, s.u, s.v);
+    if (second_point && !(s.hs > 0.0f)) {
+      s.u = s.v = 0.0f;
+    } else {
+      profile(s.hs, s.u, s.v);
+    }
     s.su = std::sqrt(s.u * s.u + s.v * s.v);
   } else {
     fatal_error(run.messages, "Selected VELOCITY_METHOD not available");
@@ -394,11 +343,7 @@ inline void PARCEL_VELOCITY(const RunState& run, const Parcel& parcel, Working& 
   }
   const auto speed_at = [&](float z) {
     float u = 0.0f, v = 0.0f;
-    if (second_point) {
-      TWO_POINT_PROFILE(s.H, set.bottom_flow_height, s.KSgrain, s.U, s.V, UB, VB, z, u, v);
-    } else {
-      log_velocity(s, z, u, v);
-    }
+    profile(z, u, v);
     return std::sqrt(u * u + v * v);
   };
   const float a = speed_at(c);
@@ -417,14 +362,14 @@ inline void PARCEL_VELOCITY(const RunState& run, const Parcel& parcel, Working& 
 
 inline void LIGHT_VELOCITY(const RunState& run, Parcel& parcel, Working& s) {
   const AdvectionMethod advection = run.settings.method.advection;
-  parcel.MOBILITY = 1.0f;
-  s.MOBILITY = 1.0f;
+  parcel.MOBILITY = s.MOBILITY = s.Pu = 1.0f;
+  s.u = s.U;
+  s.v = s.V;
+  s.su = s.S;
   const float hq = std::max(s.height, s.KStotal / 30.0f);
   s.hs = s.hc = hq;
   s.fr = 1.0f;
   if (!run.flow.FLOW2D) {
-    s.u = at_height(run, s, hq, 0, EndRule::to_zero, EndRule::hold, run.flow.Unode);
-    s.v = at_height(run, s, hq, 0, EndRule::to_zero, EndRule::hold, run.flow.Vnode);
     s.w = at_height(run, s, hq, 1, EndRule::to_zero, EndRule::to_zero, run.flow.Wnode);
     return;
   }
@@ -441,26 +386,6 @@ inline void LIGHT_VELOCITY(const RunState& run, Parcel& parcel, Working& s) {
     }
   }
   if (advection != AdvectionMethod::d2) s.w = continuity(run, s, s.height);
-}
-
-inline float breaking_factor(const RunState& run, float Db, float Hw) {
-  const Settings& set = run.settings;
-  if (!set.wave_breaking) return 1.0f;
-  return Db >= 0.0f ? 1.0f + Db * set.kew * Hw : 1.0f + set.kew * Hw;
-}
-
-inline float ET_HORIZONTAL(const RunState& run, float H, float ustar, float Db, float Hw) {
-  const Settings& set = run.settings;
-  if (set.ket <= 0.0f) return 0.0f;
-  return std::max(set.ket * H * ustar * breaking_factor(run, Db, Hw), set.etmin);
-}
-
-inline float EV_VERTICAL(const RunState& run, float H, float z, float speed, float Db, float Hw) {
-  const Settings& set = run.settings;
-  if (set.kev <= 0.0f) return 0.0f;
-  const float t = (H - z) * z;
-  return std::max(set.kev * speed * (t * t) / (H * H * H) * breaking_factor(run, Db, Hw),
-                  set.evmin);
 }
 
 inline float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) {
@@ -484,23 +409,23 @@ inline float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) 
     return square * square + a;
   };
   const auto g = [&](float z) { return std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z); };
-  // The 51st level is above 1 for every a that is a height.
-  float S = 0.0f;
-  for (int i = 1; i <= 51; ++i) {
-    const float below = level(i - 1), z = level(i);
-    if (z > 1.0f) break;
-    S = S + 0.5f * (g(below) + g(z)) * (z - below);
-  }
-  const float T = S / F;
+  // Up to the level where the sum exceeds `most`; the 51st level is above 1 for every height a.
+  const auto sum_up = [&](float C, float most, float& z) {
+    for (int i = 1; i <= 51; ++i) {
+      const float below = level(i - 1);
+      z = level(i);
+      if (z > 1.0f) break;
+      C = C + 0.5f * (g(below) + g(z)) * (z - below);
+      if (C / most > r) return C;
+    }
+    z = 1.0f;
+    return C;
+  };
+  float z = 0.0f;
+  const float T = sum_up(0.0f, std::numeric_limits<float>::infinity(), z) / F;
   if (r < 1.0f - F) return a * r;
-  float C = (1.0f - F) * T;
-  for (int i = 1; i <= 51; ++i) {
-    const float below = level(i - 1), z = level(i);
-    if (z > 1.0f) return 1.0f;
-    C = C + 0.5f * (g(below) + g(z)) * (z - below);
-    if (C / T > r) return z;
-  }
-  return 1.0f;
+  sum_up((1.0f - F) * T, T, z);
+  return z;
 }
 
 inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
@@ -520,8 +445,9 @@ inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
   }
 
   // Random walk.
-  const auto Ev = [&](float z) { return EV_VERTICAL(run, s.H, z, s.su, s.Db, s.Hw); };
-  const float Et = ET_HORIZONTAL(run, s.H, s.ustar, s.Db, s.Hw);
+  const float factor = breaking_factor(set, s.Db, s.Hw);
+  const auto Ev = [&](float z) { return EV_VERTICAL(set, s.H, z, s.su, factor); };
+  const float Et = ET_HORIZONTAL(set, s.H, s.ustar, factor);
   const float Ev0 = Ev(s.h0);
   const float top = s.H - 0.01f;
   float gradient = 0.0f;
@@ -532,13 +458,11 @@ inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
   } else if (s.h0 >= 0.01f && s.h0 >= top) {
     gradient = (Ev0 - Ev(s.h0 - 0.01f)) / 0.01f;
   }
-  const float sh = static_cast<float>(std::sqrt(6.0 * static_cast<double>(Et) / dt8));
-  const float sv = static_cast<float>(std::sqrt(6.0 * static_cast<double>(Ev0) / dt8));
   double rx = 0.0, ry = 0.0, rz = 0.0;
   if (!set.no_random_walk) {
-    rx = static_cast<double>(s.walk.w2 * sh) * dt8;
-    ry = static_cast<double>(s.walk.w3 * sh) * dt8;
-    rz = static_cast<double>(gradient + s.walk.w4 * sv) * dt8;
+    rx = static_cast<double>(s.walk.w2 * walk_scale(Et, dt8)) * dt8;
+    ry = static_cast<double>(s.walk.w3 * walk_scale(Et, dt8)) * dt8;
+    rz = static_cast<double>(gradient + s.walk.w4 * walk_scale(Ev0, dt8)) * dt8;
   }
   const double dx = static_cast<double>(s.u * s.fr) * dt8 + rx;
   const double dy = static_cast<double>(s.v * s.fr) * dt8 + ry;
@@ -570,7 +494,8 @@ inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
     if (set.debug) {
       s.dz = static_cast<double>(s.hc);
     } else if (parcel.Ws > 0.0f) {
-      s.dz = static_cast<double>(ROUSE_HEIGHT(random, s.ustar, parcel.Ws, s.KStotal) * s.H);
+      s.dz =
+          static_cast<double>(literal::ROUSE_HEIGHT(random, s.ustar, parcel.Ws, s.KStotal) * s.H);
     }
   } else {
     if (!picked) return;
@@ -580,230 +505,174 @@ inline void DISPLACEMENT(const RunState& run, const Parcel& parcel, Working& s,
   s.dy = s.Ys + dy;
 }
 
-// Where the path from (Xs, Ys) to (x, y) meets a boundary.
+// The straight way of a step, y = m x + c.
 struct Path {
   double Xs = 0.0, Ys = 0.0, x = 0.0, y = 0.0;
-  double m = 0.0, c = 0.0;  // slope and intercept
+  double m = 0.0, c = 0.0;
 };
 
 enum class Crossing { none, stopped, lost };
 
-inline bool in_boxes(const Path& p, double xi, double yi, double xa, double ya, double xb,
-                     double yb, double t) {
-  return xi >= std::min(xa, xb) - t && xi <= std::max(xa, xb) + t && yi >= std::min(ya, yb) - t &&
-         yi <= std::max(ya, yb) + t && xi >= std::min(p.Xs, p.x) - t &&
-         xi <= std::max(p.Xs, p.x) + t && yi >= std::min(p.Ys, p.y) - t &&
-         yi <= std::max(p.Ys, p.y) + t;
+// True within t of the bounding boxes of the path and of segment i of a boundary.
+inline bool in_boxes(const MeshState& mesh, const Path& p, const Boundary& b, int i, double xi,
+                     double yi, double t) {
+  const auto within = [&](double value, double from, double to) {
+    return value >= std::min(from, to) - t && value <= std::max(from, to) + t;
+  };
+  const auto rounded = [](double value) { return static_cast<double>(static_cast<float>(value)); };
+  const int a1 = b.NODES(i), a2 = b.NODES(i + 1);
+  return within(xi, rounded(mesh.Xnode(a1)), rounded(mesh.Xnode(a2))) &&
+         within(yi, rounded(mesh.Ynode(a1)), rounded(mesh.Ynode(a2))) && within(xi, p.Xs, p.x) &&
+         within(yi, p.Ys, p.y);
 }
 
-inline double rounded(double value) {
-  return static_cast<double>(static_cast<float>(value));
+// Puts the parcel at (x, y), in element e if that holds it; false where the mesh does not.
+inline bool put(const MeshState& mesh, Working& s, double x, double y, int e) {
+  const int found = in_element(mesh, e, x, y) ? e : FIND_ELEMENT(mesh, x, y);
+  if (found == 0) return false;
+  s.x = x;
+  s.y = y;
+  s.element = found;
+  return true;
 }
 
 // The parcel stops at segment i of boundary b if its path crosses it; e: element of the test.
 inline Crossing crossing(const MeshState& mesh, const Path& p, const Boundary& b, int i, int e,
-                         double& x, double& y, int& element) {
+                         Working& s) {
   const int a1 = b.NODES(i), a2 = b.NODES(i + 1);
-  const double xa = rounded(mesh.Xnode(a1)), ya = rounded(mesh.Ynode(a1));
-  const double xb = rounded(mesh.Xnode(a2)), yb = rounded(mesh.Ynode(a2));
   const double m2 = static_cast<double>(b.SLOPE(i)), c2 = static_cast<double>(b.ICEPT(i));
   const double t = static_cast<double>(mesh.MESHtol);
   if (p.m == m2) return Crossing::none;
-  double xi = 0.0, yi = 0.0;
+  double xi = (c2 - p.c) / (p.m - m2);
   if (p.m >= vertical_slope) {
     xi = p.Xs;
-    yi = c2 + m2 * p.Xs;
   } else if (m2 >= vertical_slope) {
-    xi = xa;
-    yi = p.m * xi + p.c;
-  } else {
-    xi = (c2 - p.c) / (p.m - m2);
-    yi = p.m * xi + p.c;
+    xi = static_cast<double>(static_cast<float>(mesh.Xnode(a1)));
   }
-  if (!in_boxes(p, xi, yi, xa, ya, xb, yb, t)) return Crossing::none;
+  const double yi = p.m >= vertical_slope ? c2 + m2 * p.Xs : p.m * xi + p.c;
+  if (!in_boxes(mesh, p, b, i, xi, yi, t)) return Crossing::none;
   if (in_element(mesh, e, xi, yi)) {
-    x = xi;
-    y = yi;
-    element = e;
+    put(mesh, s, xi, yi, e);
     return Crossing::stopped;
   }
-  int third = 0;
   for (int n : {mesh.ELnode1(e), mesh.ELnode2(e), mesh.ELnode3(e)}) {
-    if (n != a1 && n != a2) {
-      third = n;
-      break;
-    }
+    if (n == a1 || n == a2) continue;
+    // One tolerance toward the third node.
+    const double a = std::atan2(mesh.Ynode(n) - yi, mesh.Xnode(n) - xi);
+    return put(mesh, s, xi + std::cos(a) * t, yi + std::sin(a) * t, e) ? Crossing::stopped
+                                                                       : Crossing::lost;
   }
-  if (third == 0) return Crossing::lost;
-  const double a = std::atan2(mesh.Ynode(third) - yi, mesh.Xnode(third) - xi);
-  const double qx = xi + std::cos(a) * t, qy = yi + std::sin(a) * t;
-  const int found = in_element(mesh, e, qx, qy) ? e : FIND_ELEMENT(mesh, qx, qy);
-  if (found == 0) return Crossing::lost;
-  x = qx;
-  y = qy;
-  element = found;
-  return Crossing::stopped;
+  return Crossing::lost;
 }
 
-inline bool near_search(const MeshState& mesh, int e0, double x, double y, int& element) {
-  if (in_element(mesh, e0, x, y)) {
-    element = e0;
-    return true;
-  }
-  const int first = mesh.NEIGHstart(e0), count = mesh.NEIGHcount(e0);
-  for (int j = 0; j < count; ++j) {
-    const int f = mesh.NEIGHlist(first + j);
-    if (in_element(mesh, f, x, y)) {
-      element = f;
-      return true;
+inline int near_search(const MeshState& mesh, int e0, double x, double y) {
+  if (in_element(mesh, e0, x, y)) return e0;
+  const auto in_list = [&](int e) {
+    for (int j = 0; j < mesh.NEIGHcount(e); ++j) {
+      const int f = mesh.NEIGHlist(mesh.NEIGHstart(e) + j);
+      if (in_element(mesh, f, x, y)) return f;
     }
+    return 0;
+  };
+  int found = in_list(e0);
+  for (int j = 0; found == 0 && j < mesh.NEIGHcount(e0); ++j) {
+    found = in_list(mesh.NEIGHlist(mesh.NEIGHstart(e0) + j));
   }
-  for (int j = 0; j < count; ++j) {
-    const int f = mesh.NEIGHlist(first + j);
-    for (int i = 0; i < mesh.NEIGHcount(f); ++i) {
-      const int g = mesh.NEIGHlist(mesh.NEIGHstart(f) + i);
-      if (in_element(mesh, g, x, y)) {
-        element = g;
-        return true;
-      }
-    }
-  }
-  return false;
+  return found;
 }
 
-// The wall of a parcel that is outside the mesh, looked for over all land boundaries.
-inline Crossing search_walls(const MeshState& mesh, const Path& p, int e0, double& x, double& y,
-                             int& element) {
-  for (int b = 1; b <= mesh.NUMland; ++b) {
-    const Boundary& bnd = mesh.LANDbnd(b);
-    for (int i = 1; i < bnd.NUMpts; ++i) {
-      if (!EDGE_IN_ELEMENT(bnd.NODES(i), bnd.NODES(i + 1), mesh.ELnode1(e0), mesh.ELnode2(e0),
-                           mesh.ELnode3(e0))) {
-        continue;
-      }
-      const Crossing hit = crossing(mesh, p, bnd, i, e0, x, y, element);
-      if (hit != Crossing::none) return hit;
-    }
-  }
-  for (int b = 1; b <= mesh.NUMland; ++b) {
-    const Boundary& bnd = mesh.LANDbnd(b);
-    for (int i = 1; i < bnd.NUMpts; ++i) {
-      for (int j = 0; j < mesh.NEIGHcount(e0); ++j) {
-        const int f = mesh.NEIGHlist(mesh.NEIGHstart(e0) + j);
-        if (!EDGE_IN_ELEMENT(bnd.NODES(i), bnd.NODES(i + 1), mesh.ELnode1(f), mesh.ELnode2(f),
-                             mesh.ELnode3(f))) {
-          continue;
+// The wall of a parcel that is outside the mesh, looked for over all land boundaries: first among
+// the edges of its element, then of its neighbours.
+inline Crossing search_walls(const MeshState& mesh, const Path& p, Working& s) {
+  for (const bool own : {true, false}) {
+    const int elements = own ? 1 : mesh.NEIGHcount(s.e0);
+    for (int b = 1; b <= mesh.NUMland; ++b) {
+      const Boundary& bnd = mesh.LANDbnd(b);
+      for (int i = 1; i < bnd.NUMpts; ++i) {
+        for (int j = 0; j < elements; ++j) {
+          const int e = own ? s.e0 : mesh.NEIGHlist(mesh.NEIGHstart(s.e0) + j);
+          if (!EDGE_IN_ELEMENT(bnd.NODES(i), bnd.NODES(i + 1), mesh.ELnode1(e), mesh.ELnode2(e),
+                               mesh.ELnode3(e))) {
+            continue;
+          }
+          const Crossing hit = crossing(mesh, p, bnd, i, e, s);
+          if (hit != Crossing::none) return hit;
         }
-        const Crossing hit = crossing(mesh, p, bnd, i, f, x, y, element);
-        if (hit != Crossing::none) return hit;
       }
     }
   }
   return Crossing::none;
 }
 
-inline bool side_step(const MeshState& mesh, const Path& p, int e0, double& x, double& y,
-                      int& element) {
+inline bool side_step(const MeshState& mesh, const Path& p, Working& s) {
   const double lx = p.x - p.Xs, ly = p.y - p.Ys;
   const float dist = static_cast<float>(std::sqrt(lx * lx + ly * ly));
   const double a = std::atan2(ly, lx);
   const double step = static_cast<double>(std::min(mesh.MESHtol, dist));
-  const auto passes = [&](double qx, double qy) {
-    const int found = in_element(mesh, e0, qx, qy) ? e0 : FIND_ELEMENT(mesh, qx, qy);
-    if (found == 0) return false;
-    x = qx;
-    y = qy;
-    element = found;
-    return true;
-  };
   for (const double side : {a + 1.570795, a - 1.570795}) {
-    if (passes(p.Xs + std::cos(side) * step, p.Ys + std::sin(side) * step)) return true;
+    if (put(mesh, s, p.Xs + std::cos(side) * step, p.Ys + std::sin(side) * step, s.e0)) return true;
   }
   for (const double sx : {-1.0, 1.0}) {
     for (const double sy : {-1.0, 1.0}) {
-      if (passes(p.Xs + sx * step, p.Ys + sy * step)) return true;
+      if (put(mesh, s, p.Xs + sx * step, p.Ys + sy * step, s.e0)) return true;
     }
   }
   return false;
 }
 
-inline bool crosses_open_boundary(const MeshState& mesh, const Working& s, double x, double y) {
-  Path p{s.Xs, s.Ys, x, y, 0.0, 0.0};
-  p.m = x == s.Xs ? 999999.0 : (y - s.Ys) / (x - s.Xs);
-  p.c = s.Ys - s.Xs * p.m;
+inline bool crosses_open_boundary(const MeshState& mesh, Path p) {
+  p.m = p.x == p.Xs ? 999999.0 : (p.y - p.Ys) / (p.x - p.Xs);
+  p.c = p.Ys - p.Xs * p.m;
   for (int b = 1; b <= mesh.NUMopen; ++b) {
     const Boundary& bnd = mesh.OPENbnd(b);
     for (int i = 1; i < bnd.NUMpts; ++i) {
       const double m2 = static_cast<double>(bnd.SLOPE(i));
       if (m2 == p.m) continue;
-      const int a1 = bnd.NODES(i), a2 = bnd.NODES(i + 1);
-      const double xa = rounded(mesh.Xnode(a1)), ya = rounded(mesh.Ynode(a1));
-      const double xb = rounded(mesh.Xnode(a2)), yb = rounded(mesh.Ynode(a2));
-      const double xi =
-          m2 >= vertical_slope ? xa : (static_cast<double>(bnd.ICEPT(i)) - p.c) / (p.m - m2);
-      const double yi = p.m * xi + p.c;
-      if (in_boxes(p, xi, yi, xa, ya, xb, yb, 0.0)) return true;
+      const double xi = m2 >= vertical_slope
+                            ? static_cast<double>(static_cast<float>(mesh.Xnode(bnd.NODES(i))))
+                            : (static_cast<double>(bnd.ICEPT(i)) - p.c) / (p.m - m2);
+      if (in_boxes(mesh, p, bnd, i, xi, p.m * xi + p.c, 0.0)) return true;
     }
   }
   return false;
 }
 
-// The element of (x, y), 0 with a negative status if the parcel is lost.
-inline int settle_element(const RunState& run, const Working& s, double& x, double& y,
-                          int& status) {
+// Sets the element of (s.x, s.y), which it may move; negative if the parcel is lost.
+inline int settle_element(const RunState& run, Working& s) {
   const MeshState& mesh = run.mesh;
   const int e0 = s.e0;
   const bool land = is_true(mesh.LANDelem(e0)), open = is_true(mesh.OPENelem(e0));
-  int element = 0;
-  status = lost_off_mesh;
-  if (!(std::isfinite(x) && std::isfinite(y))) return 0;
-  status = 1;
+  if (!(std::isfinite(s.x) && std::isfinite(s.y))) return lost_off_mesh;
   for (bool shifted = false;; shifted = true) {
-    if (near_search(mesh, e0, x, y, element)) return element;
-    Path p{s.Xs, s.Ys, x, y, 0.0, 0.0};
+    s.element = near_search(mesh, e0, s.x, s.y);
+    if (s.element != 0) return 1;
+    Path p{s.Xs, s.Ys, s.x, s.y, 0.0, 0.0};
     if (land && !open) {
-      LINE_COEFS8(s.Xs, x, s.Ys, y, p.m, p.c);
+      LINE_COEFS8(s.Xs, s.x, s.Ys, s.y, p.m, p.c);
       const ElementBoundaries& refs = mesh.LANDrefs(e0);
       for (std::size_t j = 0; j < 3; ++j) {
         if (refs.BND[j] == 0) continue;
-        const Crossing hit =
-            crossing(mesh, p, mesh.LANDbnd(refs.BND[j]), refs.SEG[j], e0, x, y, element);
-        if (hit == Crossing::stopped) return element;
-        if (hit == Crossing::lost) {
-          status = lost_behind_wall;
-          return 0;
-        }
+        const Crossing hit = crossing(mesh, p, mesh.LANDbnd(refs.BND[j]), refs.SEG[j], e0, s);
+        if (hit != Crossing::none) return hit == Crossing::stopped ? 1 : lost_behind_wall;
       }
     }
-    element = FIND_ELEMENT(mesh, x, y);
-    if (element != 0) return element;
+    s.element = FIND_ELEMENT(mesh, s.x, s.y);
+    if (s.element != 0) return 1;
     if (land && !open) {
-      const Crossing hit = search_walls(mesh, p, e0, x, y, element);
-      if (hit == Crossing::stopped) return element;
-      if (hit == Crossing::lost) {
-        status = lost_behind_wall;
-        return 0;
-      }
-      if (side_step(mesh, p, e0, x, y, element)) return element;
-      status = lost_no_wall_found;
-      return 0;
+      const Crossing hit = search_walls(mesh, p, s);
+      if (hit != Crossing::none) return hit == Crossing::stopped ? 1 : lost_behind_wall;
+      return side_step(mesh, p, s) ? 1 : lost_no_wall_found;
     }
-    if (!land && open && crosses_open_boundary(mesh, s, x, y)) {
-      status = lost_open_boundary;
-      return 0;
-    }
-    if (!run.settings.rvs_mesh || shifted) {
-      status = lost_off_mesh;
-      return 0;
-    }
-    x = x + static_cast<double>(0.01f * std::sqrt(mesh.AREAelem(e0)));
+    if (!land && open && crosses_open_boundary(mesh, p)) return lost_open_boundary;
+    if (!run.settings.rvs_mesh || shifted) return lost_off_mesh;
+    s.x = s.x + static_cast<double>(0.01f * std::sqrt(mesh.AREAelem(e0)));
   }
 }
 
 inline void PARCEL_LOCATE(const RunState& run, Working& s) {
   const MeshState& mesh = run.mesh;
-  s.element = settle_element(run, s, s.x, s.y, s.status);
-  if (s.element == 0) return;
+  s.status = settle_element(run, s);
+  if (s.status < 0) return;
   const int n1 = mesh.ELnode1(s.element), n2 = mesh.ELnode2(s.element),
             n3 = mesh.ELnode3(s.element);
   const Weights w = element_weights(run.messages, mesh, s.element, s.x, s.y);
@@ -813,7 +682,6 @@ inline void PARCEL_LOCATE(const RunState& run, Working& s) {
   if (run.settings.method.advection != AdvectionMethod::d2) {
     s.height = std::min(std::max(s.height - (s.B0 - Bn), 0.0f), Hn);
   }
-  s.status = 1;
   s.z = (s.z0 - s.h0) + (s.B0 - Bn) + s.height;
 }
 
@@ -855,10 +723,6 @@ inline TrackReport TRACK_PARCEL(const RunState& run, int order, Parcel& parcel,
       PARCEL_VELOCITY(run, parcel, s);
     } else {
       LIGHT_VELOCITY(run, parcel, s);
-      s.u = s.U;
-      s.v = s.V;
-      s.su = s.S;
-      s.Pu = 1.0f;
     }
     DISPLACEMENT(run, parcel, s, random);
     RKx[i - 1] = s.dx;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 #include "parcels/kinematics.h"
@@ -72,27 +73,21 @@ TEST(Releases, AllKindsReleaseExactlyWhatWasCounted) {
   EXPECT_NEAR(of_source[4] * 0.3, 0.013 * 1010.0 * 800.0, 20.0);
 }
 
-TEST(Releases, InstantaneousRowFiresOnceInTheFirstStepAtOrAfterIt) {
-  SourceRun s;
-  s.read(inst(at_second(15) + "50 50 1 1 0 0 7 0.0002 0 2650 -1 0 0\n"));
-  const int expected[] = {0, 0, 7, 7, 7};  // at 0, 10, 20, 30, 40 s
-  for (int born : expected) {
-    s.step();
-    EXPECT_EQ(s.run.parcels.NUMborn, born);
-  }
-  EXPECT_EQ(s.run.parcels.SRCinst(1).SRCrow(1).ROWtime, -999.0);
-  EXPECT_EQ(s.run.parcels.NUMnew, 0);
-}
-
-TEST(Releases, FractionOfAParcelCarriesOverToTheNextStep) {
-  SourceRun s;
-  // 0.25 parcels a step.
-  const std::string row = "50 50 1 4 0 0 0.1 0.0002 0 2650 -1 0 0\n";
-  s.read(point(at_second(0) + row + at_second(5000) + row));
-  const int expected[] = {0, 0, 0, 1, 1, 1, 1, 2};
-  for (int born : expected) {
-    s.step();
-    EXPECT_EQ(s.run.parcels.NUMborn, born);
+TEST(Releases, InstantaneousRowFiresOnceAndFractionsCarryOver) {
+  const std::string quarter = "50 50 1 4 0 0 0.1 0.0002 0 2650 -1 0 0\n";  // parcels a step
+  const std::pair<std::string, std::vector<int>> cases[] = {
+      {inst(at_second(15) + "50 50 1 1 0 0 7 0.0002 0 2650 -1 0 0\n"), {0, 0, 7, 7, 7}},
+      {point(at_second(0) + quarter + at_second(5000) + quarter), {0, 0, 0, 1, 1, 1, 1, 2}}};
+  for (const auto& [text, expected] : cases) {
+    SourceRun s;
+    s.read(text);
+    for (int born : expected) {  // at 0, 10, 20 ... s
+      s.step();
+      EXPECT_EQ(s.run.parcels.NUMborn, born);
+    }
+    if (s.run.parcels.NUMinst == 0) continue;
+    EXPECT_EQ(s.run.parcels.SRCinst(1).SRCrow(1).ROWtime, -999.0);
+    EXPECT_EQ(s.run.parcels.NUMnew, 0);
   }
 }
 
@@ -217,28 +212,6 @@ TEST(Releases, NeutrallyBuoyantParcelTakesTheWaterDensityAndDoesNotSink) {
   EXPECT_EQ(s.parcel(1).TAUcr, 1.0e-6f);
 }
 
-TEST(Releases, ScatterIsNormalAboutThePoint) {
-  SourceRun s;
-  s.read(inst(at_second(0) + "50 50 5 1 3 0.5 20000 0.0002 0 2650 0.01 0 0\n"));
-  s.step();
-  const int n = s.run.parcels.NUMborn;
-  ASSERT_EQ(n, 20000);
-  double sums[3] = {}, squares[3] = {};
-  for (int id = 1; id <= n; ++id) {
-    const double d[3] = {s.parcel(id).X - 50.0, s.parcel(id).Y - 50.0,
-                         static_cast<double>(s.parcel(id).h) - 5.0};
-    for (int k = 0; k < 3; ++k) {
-      sums[k] += d[k];
-      squares[k] += d[k] * d[k];
-    }
-  }
-  const double deviation[3] = {3.0, 3.0, 0.5};
-  for (int k = 0; k < 3; ++k) {
-    EXPECT_NEAR(sums[k] / n, 0.0, 5.0 * deviation[k] / std::sqrt(n));
-    EXPECT_NEAR(std::sqrt(squares[k] / n), deviation[k], 5.0 * deviation[k] / std::sqrt(2.0 * n));
-  }
-}
-
 TEST(Releases, PlacesAreFormedInFourBytesWhileParcelsKeepEight) {
   SourceRun s;
   s.read("1\n1 1 'i'\n" + at_second(0) + "50.1 40.3 5.7 1 3.3 0.7 100 0.0002 0 2650 0.01 0 0\n" +
@@ -290,12 +263,12 @@ TEST(Releases, ParcelScatteredOffTheMeshIsDrawnAgain) {
 TEST(Releases, DebugPutsParcelsOnTheRowsOwnPlaceWithoutDraws) {
   SourceRun s;
   s.run.settings.debug = true;
-  s.read("1\n1 1 'i'\n" + at_second(0) + "50 60 1 1 5 1 3 0.0002 0.5 2650 -1 0 0\n" + "0\n" +
-         "1\n1 2 'l'\n" + at_second(0) + "10 20 1 40 60 1 1 5 0 0.01 0.0002 0 2650 -1 0 0\n" +
-         at_second(5000) + "10 20 1 40 60 1 1 5 0 0.01 0.0002 0 2650 -1 0 0\n" + "1\n1 4 2 'a'\n" +
-         at_second(0) + "\n10 10 1\n30 10 1\n30 20 1\n10 20 1\n1 5 0 0.001 0.0002 0 2650 -1 0 0\n" +
-         at_second(5000) +
-         "\n10 10 1\n30 10 1\n30 20 1\n10 20 1\n1 5 0 0.001 0.0002 0 2650 -1 0 0\n");
+  const std::string line_row = "10 20 1 40 60 1 1 5 0 0.01 0.0002 0 2650 -1 0 0\n";
+  const std::string area_row =
+      "\n10 10 1\n30 10 1\n30 20 1\n10 20 1\n1 5 0 0.001 0.0002 0 2650 -1 0 0\n";
+  s.read("1\n1 1 'i'\n" + at_second(0) + "50 60 1 1 5 1 3 0.0002 0.5 2650 -1 0 0\n0\n1\n1 2 'l'\n" +
+         at_second(0) + line_row + at_second(5000) + line_row + "1\n1 4 2 'a'\n" + at_second(0) +
+         area_row + at_second(5000) + area_row);
   const std::array<int, 2> state = s.run.parcels.random.state;
   s.step();
   ASSERT_EQ(s.run.parcels.NUMborn, 3 + 5 + 2);
@@ -310,42 +283,15 @@ TEST(Releases, DebugPutsParcelsOnTheRowsOwnPlaceWithoutDraws) {
   EXPECT_EQ(s.run.parcels.random.state, state);
 }
 
-TEST(LineReleases, LevelLineIsFilledEvenlyWithScatterAlongSineCosine) {
-  SourceRun s;
-  // 50 m long, direction (0.6, 0.8); the scatter goes along (0.8, 0.6).
-  s.read(steady_line("20 20 4 50 60 4", "1 0.5 0 0.4 0.0002 0 2650 0.01 0 0"));
-  s.run_all();
-  const int n = s.run.parcels.NUMborn;
-  ASSERT_EQ(n, 20200);  // 0.4 kg/s/m over 50 m and 1010 s
-  int bins[10] = {};
-  double squares = 0.0, heights = 0.0;
-  for (int id = 1; id <= n; ++id) {
-    // Position = start + s (30, 40) + g (0.8, 0.6) scatter.
-    const double dx = s.parcel(id).X - 20.0, dy = s.parcel(id).Y - 20.0;
-    const double det = 30.0 * 0.6 - 40.0 * 0.8;
-    const double along = (dx * 0.6 - dy * 0.8) / det, off = (30.0 * dy - 40.0 * dx) / det;
-    ASSERT_GE(along, -1.0e-5);
-    ASSERT_LT(along, 1.0 + 1.0e-5);
-    ++bins[std::clamp(static_cast<int>(along * 10.0), 0, 9)];
-    squares += off * off;
-    const double e = static_cast<double>(s.parcel(id).h) - 4.0;
-    heights += e * e;
-  }
-  for (int count : bins) EXPECT_NEAR(count, n / 10.0, 5.0 * std::sqrt(0.09 * n));
-  EXPECT_NEAR(std::sqrt(squares / n), 0.5, 5.0 * 0.5 / std::sqrt(2.0 * n));
-  EXPECT_NEAR(std::sqrt(heights / n), 0.5, 5.0 * 0.5 / std::sqrt(2.0 * n));
-}
-
 TEST(LineReleases, DatumWordsPlaceTheHeight) {
-  struct Case {
+  const struct {
     const char* name;
     const char* place;
     const char* datum;
     bool source_to_datum;
     float lowest, highest;  // heights that are filled evenly, or one height
     int parcels;            // of 0.1 kg/s/m, or kg/s, in parcels of 0.1 kg over 1010 s
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"level, bed", "20 20 4 50 60 4", "", false, 4.0f, 4.0f, 50500},
       {"level, elevation", "20 20 -2 50 60 -2", "beddatum", true, 6.0f, 6.0f, 50500},
       {"level, surface", "20 20 3 50 60 3", "surfacedatum", false, 7.0f, 7.0f, 50500},
@@ -356,7 +302,7 @@ TEST(LineReleases, DatumWordsPlaceTheHeight) {
       {"vertical, depth", "20 20 0.2 20 20 0.6", "depthdistributed", false, 2.0f, 6.0f, 1010},
       {"vertical, surface", "20 20 2 20 20 6", "surfacedatum", false, 4.0f, 8.0f, 4040},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SourceRun s;
     s.run.settings.source_to_datum = c.source_to_datum;
     s.read(steady_line(c.place, "0.1 0 0 0.1 0.0002 0 2650 0.01 0 0", c.datum));
@@ -380,19 +326,18 @@ TEST(LineReleases, DatumWordsPlaceTheHeight) {
 }
 
 TEST(LineReleasesDeath, UnfitLinesStopTheRun) {
-  struct Case {
+  const struct {
     const char *place, *datum;
     bool source_to_datum;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"20 20 4 50 60 5", "", false, "ERROR:  \\*\\*\\* Line source not in a plane     1     1"},
       {"20 20 4 50 60 4", "surfacedatum", true,
        "ERROR: SOURCE_DATUM not available with surfacedatum source type"},
       {"20 20 1 50 60 1", "depthdistributed", true,
        "ERROR: SOURCE_DATUM not available with depthdistributed source type"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EXIT(
         {
           SourceRun s(true);
@@ -404,54 +349,49 @@ TEST(LineReleasesDeath, UnfitLinesStopTheRun) {
   }
 }
 
-TEST(AreaReleases, TriangleIsFilledEvenly) {
-  SourceRun s;
-  s.read(steady_area("10 10 2\n70 10 2\n10 70 2\n", 3, "1 0 0 0.01 0.0002 0 2650 0.01 0 0"));
-  s.run_all();
-  const int n = s.run.parcels.NUMborn;
-  ASSERT_NEAR(n, 18180, 1);
-  double sum_x = 0.0, sum_y = 0.0;
-  int corner = 0;
-  for (int id = 1; id <= n; ++id) {
-    const double x = s.parcel(id).X, y = s.parcel(id).Y;
-    ASSERT_TRUE(x >= 10.0 && y >= 10.0 && x + y <= 80.0 + 1.0e-4) << x << " " << y;
-    sum_x += x;
-    sum_y += y;
-    if (x < 40.0 && y < 40.0) ++corner;  // half of the triangle
-    ASSERT_EQ(s.parcel(id).h, 2.0f);
-  }
-  const double error = 60.0 / std::sqrt(18.0 * n);
-  EXPECT_NEAR(sum_x / n, 30.0, 5.0 * error);
-  EXPECT_NEAR(sum_y / n, 30.0, 5.0 * error);
-  EXPECT_NEAR(corner / static_cast<double>(n), 0.5, 2.5 / std::sqrt(n));
-}
-
-TEST(AreaReleases, UprightAreasFillTheirPlane) {
-  struct Case {
+TEST(AreaReleases, FillTheirPlaneEvenlyWithScatterAcrossAnUprightOne) {
+  const struct {
     const char* vertices;
-    int fixed;  // 0: x is fixed, 1: y
-  };
-  for (const Case& c : {Case{"40 20 2\n40 60 2\n40 60 6\n40 20 6\n", 0},
-                        Case{"20 40 2\n60 40 2\n60 40 6\n20 40 6\n", 1}}) {
+    int count;
+    std::array<double, 3> low, high, mean;  // of x, y and height; the triangle is right-angled
+  } cases[] = {{"10 10 2\n70 10 2\n10 70 2\n", 3, {10, 10, 2}, {70, 70, 2}, {30, 30, 2}},
+               {"40 20 2\n40 60 2\n40 60 6\n40 20 6\n", 4, {40, 20, 2}, {40, 60, 6}, {40, 40, 4}},
+               {"20 40 2\n60 40 2\n60 40 6\n20 40 6\n", 4, {20, 40, 2}, {60, 40, 6}, {40, 40, 4}}};
+  for (const auto& c : cases) {
+    const bool triangle = c.count == 3;
+    SCOPED_TRACE(c.vertices);
     SourceRun s;
-    s.read(steady_area(c.vertices, 4, "1 0.5 0 0.05 0.0002 0 2650 0.01 0 0"));
+    s.read(steady_area(
+        c.vertices, c.count,
+        triangle ? "1 0 0 0.01 0.0002 0 2650 0.01 0 0" : "1 0.5 0 0.05 0.0002 0 2650 0.01 0 0"));
     s.run_all();
     const int n = s.run.parcels.NUMborn;
-    ASSERT_NEAR(n, 8080, 1);
-    double off = 0.0, along = 0.0, height = 0.0;
+    ASSERT_NEAR(n, triangle ? 18180 : 8080, 1);
+    std::array<double, 3> sum = {}, squares = {};
+    int corner = 0;
     for (int id = 1; id <= n; ++id) {
-      const Parcel& parcel = s.parcel(id);
-      const double across = c.fixed == 0 ? parcel.X : parcel.Y;
-      const double position = c.fixed == 0 ? parcel.Y : parcel.X;
-      ASSERT_TRUE(position >= 20.0 && position <= 60.0);
-      ASSERT_TRUE(parcel.h >= 2.0f && parcel.h <= 6.0f);
-      off += (across - 40.0) * (across - 40.0);
-      along += position;
-      height += static_cast<double>(parcel.h);
+      const Parcel& p = s.parcel(id);
+      const std::array<double, 3> at = {p.X, p.Y, static_cast<double>(p.h)};
+      for (std::size_t k = 0; k < 3; ++k) {
+        sum[k] += at[k];
+        squares[k] += (at[k] - c.mean[k]) * (at[k] - c.mean[k]);
+        const bool scattered = !triangle && k < 2 && c.low[k] == c.high[k];
+        ASSERT_TRUE(scattered || (at[k] >= c.low[k] && at[k] <= c.high[k])) << k << " " << at[k];
+      }
+      ASSERT_TRUE(!triangle || p.X + p.Y <= 80.0 + 1.0e-4);
+      if (p.X < 40.0 && p.Y < 40.0) ++corner;  // half of the triangle
     }
-    EXPECT_NEAR(std::sqrt(off / n), 0.5, 2.5 / std::sqrt(2.0 * n));
-    EXPECT_NEAR(along / n, 40.0, 5.0 * 40.0 / std::sqrt(12.0 * n));
-    EXPECT_NEAR(height / n, 4.0, 5.0 * 4.0 / std::sqrt(12.0 * n));
+    for (std::size_t k = 0; k < 3; ++k) {
+      const double width = c.high[k] - c.low[k];
+      // Variance of an even spread; 0.5 is the scatter.
+      const double deviation = width > 0.0 ? width / std::sqrt(triangle ? 18.0 : 12.0) : 0.5;
+      EXPECT_NEAR(sum[k] / n, c.mean[k], 5.0 * deviation / std::sqrt(n)) << k;
+      if (triangle && k == 2) continue;  // no height but one
+      EXPECT_NEAR(std::sqrt(squares[k] / n), deviation, 5.0 * deviation / std::sqrt(2.0 * n)) << k;
+    }
+    if (triangle) {
+      EXPECT_NEAR(corner / static_cast<double>(n), 0.5, 2.5 / std::sqrt(n));
+    }
   }
 }
 
@@ -495,70 +435,46 @@ TEST(Releases, StillShipRunsItsPropellersWhileAPointSourceHasARate) {
   EXPECT_FALSE(s.run.ships.SHIPrunning);
 }
 
+bool inside_polygon(const std::array<double, 8>& corners, Plane plane, double x, double y) {
+  Array2<double> position;
+  position.allocate(2, 1, 12, 99.0);
+  const int u = plane == Plane::yz ? 2 : 1, v = plane == Plane::xy ? 2 : 3;
+  for (int i = 0; i < 4; ++i) {
+    position(2, 3 * i + u) = corners[static_cast<std::size_t>(2 * i)];
+    position(2, 3 * i + v) = corners[static_cast<std::size_t>(2 * i) + 1];
+  }
+  return INPOLYm(static_cast<float>(x), static_cast<float>(y), position, 2, 4, plane);
+}
+
 TEST(PointInPolygon, EdgesAndVerticesOfASquareAndOfADiamond) {
-  struct Case {
+  // Right and top edge of the square belong to it, left and bottom do not; the slanted edges of the
+  // diamond all do.
+  const struct {
     double x, y;
     bool square, diamond;
-  };
-  // Square (0,0) to (4,4); diamond (2,0) (4,2) (2,4) (0,2).
-  const Case cases[] = {
-      {2, 2, true, true},
-      {0.5, 0.5, true, false},
-      {3.9, 2, true, true},
-      {5, 2, false, false},
-      {-1, 2, false, false},
-      {2, 5, false, false},
-      {2, -1, false, false},
-      {5, 5, false, false},
-      // Edges of the square along the axes: right and top belong to it, left and bottom do not.
-      {4, 2, true, true},
-      {2, 4, true, true},
-      {0, 2, false, false},
-      {2, 0, false, false},
-      // The slanted edges of the diamond all do.
-      {1, 1, true, true},
-      {3, 1, true, true},
-      {3, 3, true, true},
-      {1, 3, true, true},
-      // Corners of the square.
-      {0, 0, false, false},
-      {4, 0, false, false},
-      {4, 4, true, false},
-      {0, 4, false, false},
-  };
-  const double square[] = {0, 0, 4, 0, 4, 4, 0, 4}, diamond[] = {2, 0, 4, 2, 2, 4, 0, 2};
-  const auto expect = [](bool inside, const double* corners, Plane plane, double x, double y) {
-    Array2<double> position;
-    position.allocate(2, 1, 12, 99.0);
-    const int u = plane == Plane::yz ? 2 : 1, v = plane == Plane::xy ? 2 : 3;
-    for (int i = 0; i < 4; ++i) {
-      position(2, 3 * i + u) = corners[2 * i];
-      position(2, 3 * i + v) = corners[2 * i + 1];
-    }
-    EXPECT_EQ(INPOLYm(static_cast<float>(x), static_cast<float>(y), position, 2, 4, plane), inside)
-        << x << " " << y << " of " << (corners[0] == 0 ? "square" : "diamond");
-  };
-  for (const Case& c : cases) {
+  } cases[] = {
+      {2, 2, true, true},    {0.5, 0.5, true, false}, {3.9, 2, true, true},  {5, 2, false, false},
+      {-1, 2, false, false}, {2, 5, false, false},    {2, -1, false, false}, {5, 5, false, false},
+      {4, 2, true, true},    {2, 4, true, true},      {0, 2, false, false},  {2, 0, false, false},
+      {1, 1, true, true},    {3, 1, true, true},      {3, 3, true, true},    {1, 3, true, true},
+      {0, 0, false, false},  {4, 0, false, false},    {4, 4, true, false},   {0, 4, false, false}};
+  for (const auto& c : cases) {
     for (Plane plane : {Plane::xy, Plane::xz, Plane::yz}) {
-      expect(c.square, square, plane, c.x, c.y);
-      expect(c.diamond, diamond, plane, c.x, c.y);
+      EXPECT_EQ(inside_polygon({0, 0, 4, 0, 4, 4, 0, 4}, plane, c.x, c.y), c.square)
+          << c.x << " " << c.y;
+      EXPECT_EQ(inside_polygon({2, 0, 4, 2, 2, 4, 0, 2}, plane, c.x, c.y), c.diamond)
+          << c.x << " " << c.y;
     }
   }
 }
 
 TEST(PointInPolygon, LargeCoordinatesKeepTheirDigits) {
   // Differences are formed in 8 bytes: half a metre at 5 million counts.
-  Array2<double> position;
-  position.allocate(1, 1, 12, 0.0);
-  const double corners[] = {500000.0, 5000000.1, 500001.0, 5000000.1,
-                            500001.0, 5000000.9, 500000.0, 5000000.9};
-  for (int i = 0; i < 4; ++i) {
-    position(1, 3 * i + 1) = corners[2 * i];
-    position(1, 3 * i + 2) = corners[2 * i + 1];
+  const std::array<double, 8> corners = {500000.0, 5000000.1, 500001.0, 5000000.1,
+                                         500001.0, 5000000.9, 500000.0, 5000000.9};
+  for (const double y : {5000000.0, 5000000.5, 5000001.0}) {
+    EXPECT_EQ(inside_polygon(corners, Plane::xy, 500000.5, y), y == 5000000.5);
   }
-  EXPECT_TRUE(INPOLYm(500000.5f, 5000000.5f, position, 1, 4, Plane::xy));
-  EXPECT_FALSE(INPOLYm(500000.5f, 5000000.0f, position, 1, 4, Plane::xy));
-  EXPECT_FALSE(INPOLYm(500000.5f, 5000001.0f, position, 1, 4, Plane::xy));
 }
 
 }  // namespace

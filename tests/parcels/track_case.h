@@ -63,6 +63,15 @@ inline void finish_mesh(RunState& run, const TemporaryFolder& folder,
   MESH_BOUNDARIES(run);
 }
 
+// The sides of rectangle_mesh: the right one upward, the others from its upper to its lower end.
+inline void box_sides(int columns, int rows, std::vector<int>& right, std::vector<int>& others) {
+  const auto number = [&](int i, int j) { return j * (columns + 1) + i + 1; };
+  for (int j = 0; j <= rows; ++j) right.push_back(number(columns, j));
+  for (int i = columns; i > 0; --i) others.push_back(number(i, rows));
+  for (int j = rows; j > 0; --j) others.push_back(number(0, j));
+  for (int i = 0; i <= columns; ++i) others.push_back(number(i, 0));
+}
+
 // Water of constant properties at rest over the mesh's bed, surface at the datum.
 inline void still_water(RunState& run) {
   Settings& set = run.settings;

@@ -36,12 +36,14 @@ void make_mesh(RunState& run, const TemporaryFolder& folder, bool overlap) {
   const auto hole = elements.begin() + 2 * (5 * columns + 7);
   elements.erase(hole, hole + 2);
   if (overlap) {
-    nodes.push_back({30.0, 30.0, 4.0f});
-    nodes.push_back({42.0, 31.0, 4.0f});
-    nodes.push_back({36.0, 42.0, 4.0f});
-    nodes.push_back({60.0, 20.0, 4.0f});
-    nodes.push_back({120.0, 20.001, 4.0f});
-    nodes.push_back({90.0, 20.002, 4.0f});
+    for (const auto& [x, y] : {std::pair{30.0, 30.0},
+                               {42.0, 31.0},
+                               {36.0, 42.0},
+                               {60.0, 20.0},
+                               {120.0, 20.001},
+                               {90.0, 20.002}}) {
+      nodes.push_back({x, y, 4.0f});
+    }
     const int n = static_cast<int>(nodes.size());
     elements.push_back({n - 5, n - 4, n - 3});
     elements.push_back({n - 2, n - 1, n});
@@ -69,20 +71,18 @@ TEST_P(Locate, AgreesWithTheFullSearchForMovesOfAllLengths) {
   int stopped = 0, left = 0, lost = 0;
   for (int i = 0; i < 60000; ++i) {
     Stage s;
-    literal::Working w;
     double x = unit(random) * 140.0, y = unit(random) * 100.0;
     const int node = 1 + static_cast<int>(unit(random) * run.mesh.NUMnode);
     if (i % 5 == 1) {  // from a node
       x = run.mesh.Xnode(node);
       y = run.mesh.Ynode(node);
     }
-    s.e0 = FIND_ELEMENT(run.mesh, x, y);
+    s.element = s.e0 = FIND_ELEMENT(run.mesh, x, y);
     if (s.e0 == 0) continue;
-    s.element = w.element = w.e0 = s.e0;
-    s.Xs = w.Xs = x;
-    s.Ys = w.Ys = y;
-    s.height = w.height = s.h0 = w.h0 = 1.0f;
-    s.B0 = w.B0 = 4.0f;
+    s.Xs = x;
+    s.Ys = y;
+    s.height = s.h0 = 1.0f;
+    s.B0 = 4.0f;
     const double length = std::pow(10.0, 3.0 * unit(random) - 1.0), angle = 6.3 * unit(random);
     s.x = x + length * std::cos(angle);
     s.y = y + length * std::sin(angle);
@@ -92,16 +92,16 @@ TEST_P(Locate, AgreesWithTheFullSearchForMovesOfAllLengths) {
       s.x = run.mesh.Xnode(node);
       s.y = run.mesh.Ynode(node);
     }
-    w.x = s.x;
-    w.y = s.y;
+    literal::Working w{s};
+    const double to_x = s.x, to_y = s.y;
     PARCEL_LOCATE(run, *fields, false, s);
     literal::PARCEL_LOCATE(run, w);
-    ASSERT_EQ(s.status, w.status) << i << ": " << x << " " << y << " to " << w.x << " " << w.y;
+    ASSERT_EQ(s.status, w.status) << i << ": " << x << " " << y << " to " << to_x << " " << to_y;
     if (w.status < 0) {
       (w.status == lost_open_boundary ? left : lost) += 1;
       continue;
     }
-    ASSERT_EQ(s.element, w.element) << i << ": " << x << " " << y << " to " << w.x << " " << w.y;
+    ASSERT_EQ(s.element, w.element) << i << ": " << x << " " << y << " to " << to_x << " " << to_y;
     ASSERT_EQ(s.x, w.x);
     ASSERT_EQ(s.y, w.y);
     ASSERT_EQ(s.z, w.z);

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
 
 #include "flow/dataset_files.h"
@@ -45,20 +44,6 @@ TEST(NativeSediments, NodeFileInAnyOrderWithHardBottom) {
   EXPECT_EQ(bed.BEDmobile(4), logical_false);
   for (const float size : {bed.D35(4), bed.D50(4), bed.D90(4)}) EXPECT_FLOAT_EQ(size, 0.0002f);
   EXPECT_FALSE(bed.UNIFORMbed);
-}
-
-TEST(NativeSediments, ListedNodesGiveTheOthersTheirMean) {
-  TemporaryFolder folder;
-  RunState run;
-  sediment_run(run, folder, SedimentsFormat::kfe, "title\n2\n4 0.1 0.2 0.4\n2 0.3 0.4 0.8\n");
-  READ_NATIVE_SEDIMENTS(run);
-  EXPECT_FLOAT_EQ(run.sediment.D50(4), 0.0002f);
-  for (int n : {1, 3}) {
-    EXPECT_FLOAT_EQ(run.sediment.D35(n), 0.0002f);
-    EXPECT_FLOAT_EQ(run.sediment.D50(n), 0.0003f);
-    EXPECT_FLOAT_EQ(run.sediment.D90(n), 0.0006f);
-    EXPECT_EQ(run.sediment.BEDmobile(n), logical_true);
-  }
 }
 
 TEST(NativeSediments, ListedNodeThatComesAgainTakesTheLaterSizes) {
@@ -158,9 +143,6 @@ void two_cells(RunState& run, const TemporaryFolder& folder, SedimentsFormat for
     for (int k = 1; k <= 4; ++k) grid.CELLnodes(cell, k) = corners[k - 1];
   }
   run.settings.method.sediments = format;
-  run.settings.hyfs_d35_path = "Datasets/D35";
-  run.settings.hyfs_d50_path = "Datasets/D50";
-  run.settings.hyfs_d90_path = "Datasets/D90";
   run.settings.sediment_file = folder.path("bed.sed");
 }
 
@@ -193,30 +175,34 @@ TEST(NativeSediments, CellsOfAGridAreMappedToTheNodes) {
   expect_two_cells(run, -0.6f);
 }
 
-// A dataset file of the sizes, as properties or as datasets.
-void write_sizes(const std::string& path, bool properties, int nodes, std::size_t cells) {
-  HyfsFileInfo info;
-  info.start_date = "2000-01-01 00:00:00";
-  HyfsHandle file = 0;
-  ASSERT_GE(hfpinitialize_f(), 0);
-  ASSERT_GE(hfcreatefile_f(path, true, info, file), 0);
-  const std::pair<const char*, std::vector<float>> sets[] = {{"Datasets/D35", {0.1f, 0.3f, 1.0f}},
-                                                             {"Datasets/D50", {0.2f, 0.4f, 1.0f}},
-                                                             {"Datasets/D90", {0.3f, 0.5f, 1.0f}}};
-  if (nodes >= 0) {
-    ASSERT_GE(hfwritepropertyint_f(file, "Nodes", {nodes}), 0);
+// Three sizes, each a number a node or cell.
+struct Sizes {
+  Values d35, d50, d90;
+};
+const Sizes two_sizes = {{0.1f, 0.3f}, {0.2f, 0.4f}, {0.3f, 0.5f}};
+
+// A dataset file of the sizes; no count of nodes if it is negative.
+void write_sizes(const RunState& run, bool property, const Sizes& sizes, int nodes) {
+  DatasetFile file(run.settings.sediment_file);
+  file.info.values = static_cast<std::int64_t>(sizes.d35.size());
+  if (property && nodes >= 0) {
+    EXPECT_EQ(hfwritepropertyint_f(file.file, "Nodes", {nodes}), 0);
   }
-  for (const auto& [name, all] : sets) {
-    const std::vector<float> values(all.begin(), all.begin() + static_cast<int>(cells));
-    if (properties) {
-      ASSERT_GE(hfwritepropertyfloat_f(file, name, values), 0);
-    } else {
-      HyfsHandle set = 0;
-      ASSERT_GE(hfcreatescalardataset_f(file, name, {}, set), 0);
-      ASSERT_GE(hfwritescalartimestep_f(set, 0.0, values.data(), static_cast<int>(cells)), 0);
+  for (const auto& [name, values] :
+       {std::pair{"D35", sizes.d35}, {"D50", sizes.d50}, {"D90", sizes.d90}}) {
+    if (property) {
+      EXPECT_EQ(hfwritepropertyfloat_f(file.file, name, values), 0);
+    } else {  // only the first of two steps counts
+      file.scalar(name, {0, 1}, {values, Values(values.size(), 9.0f)});
     }
   }
-  ASSERT_GE(hfclosefile_f(file), 0);
+}
+
+void set_layout(RunState& run, bool property) {
+  run.settings.sediment_hyfs_layout = property ? "property" : "dataset";
+  run.settings.hyfs_d35_path = "D35";
+  run.settings.hyfs_d50_path = "D50";
+  run.settings.hyfs_d90_path = "D90";
 }
 
 TEST(NativeSediments, DatasetsAndPropertiesOfAGridAreMappedToTheNodes) {
@@ -225,9 +211,9 @@ TEST(NativeSediments, DatasetsAndPropertiesOfAGridAreMappedToTheNodes) {
       TemporaryFolder folder;
       RunState run;
       two_cells(run, folder, SedimentsFormat::hyfs_n2d);
-      run.settings.sediment_hyfs_layout = properties ? "property" : "dataset";
+      set_layout(run, properties);
       run.settings.rvs_mesh = quadtree;
-      write_sizes(run.settings.sediment_file, properties, 2, 2);
+      write_sizes(run, properties, two_sizes, 2);
       READ_NATIVE_SEDIMENTS(run);
       expect_two_cells(run, 0.5f);
     }
@@ -253,60 +239,34 @@ TEST(NativeSedimentsDeathTest, BadGridFilesStop) {
     folder.write("bed.sed", text);
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), message) << text;
   }
-  struct Case {
-    bool written_as_properties, read_as_properties;
+  constexpr float infinite = std::numeric_limits<float>::infinity();
+  // The rest is common with nodes.
+  const struct {
+    bool property;
     int nodes;
-    std::size_t cells;
+    Sizes sizes;
     const char* message;
+  } cases[] = {
+      {true, 3, two_sizes, "Number of nodes in sediment file does not match grid"},
+      {false, 2, {{1}, {1}, {1}}, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
+      {true, 2, {{1, 1}, {1, infinite}, {1, 1}}, "\"D50\" has no grain size at cell 2"},
   };
-  const Case cases[] = {
-      {true, true, -1, 2, "HF_READ_PROPERTY_INT\\(NUMnode\\) error"},
-      {true, true, 3, 2, "Number of nodes in sediment file does not match grid"},
-      {true, true, 2, 1, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
-      {true, true, 2, 3, "HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
-      {false, false, 2, 1, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
-      {false, false, 2, 3, "HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error"},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     TemporaryFolder folder;
     RunState run;
     two_cells(run, folder, SedimentsFormat::hyfs_n2d);
-    run.settings.sediment_hyfs_layout = c.read_as_properties ? "property" : "dataset";
-    write_sizes(run.settings.sediment_file, c.written_as_properties, c.nodes, c.cells);
+    set_layout(run, c.property);
+    write_sizes(run, c.property, c.sizes, c.nodes);
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
   }
-  {
-    TemporaryFolder folder;
-    RunState run;
-    two_cells(run, folder, SedimentsFormat::hyfs_n2d);
-    run.settings.sediment_hyfs_layout = "property";
-    write_sizes(run.settings.sediment_file, true, 2, 2);
-    HyfsHandle file = 0;
-    ASSERT_GE(hfopenfile_f(run.settings.sediment_file, false, file), 0);
-    const float infinite = std::numeric_limits<float>::infinity();
-    ASSERT_GE(hfwritepropertyfloat_f(file, "Datasets/D50", {0.2f, infinite}), 0);
-    ASSERT_GE(hfclosefile_f(file), 0);
-    EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0),
-                "\"Datasets/D50\" has no grain size at cell 2");
-  }
-  // The third of the paths is wrong.
-  TemporaryFolder folder;
-  RunState run;
-  two_cells(run, folder, SedimentsFormat::hyfs_n2d);
-  run.settings.sediment_hyfs_layout = "dataset";
-  run.settings.hyfs_d90_path = "Datasets/Other";
-  write_sizes(run.settings.sediment_file, false, 2, 2);
-  EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0),
-              "HF_OPEN_GROUP\\(sediments-d90\\) error");
 }
 
 TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
-  struct Case {
+  const struct {
     SedimentsFormat format;
     const char* text;
     const char* message;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {SedimentsFormat::adcirc, "t\n2 5\n", "Native sediments file error \\(NUMnode\\)"},
       {SedimentsFormat::adcirc, "t\n3 4\n", "Native sediments file error \\(NUMelem\\)"},
       {SedimentsFormat::adcirc, "t\n2 4\n1 0 0 1 1 1\n9 0 0 1 1 1\n",
@@ -335,7 +295,7 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
        "ERROR: HF_OPEN_FILE\\(sediments\\) error\n       ERROR_FILE_NOT_HDF5"},
       {SedimentsFormat::unknown, "t\n", "Sediments file type not available"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     TemporaryFolder folder;
     RunState run;
     sediment_run(run, folder, c.format, c.text);
@@ -343,47 +303,14 @@ TEST(NativeSedimentsDeathTest, BadFilesStopWithPlaceAndReason) {
   }
 }
 
-// ---- datasets and properties at nodes ----
-
-// Three sizes, each a number a node or cell.
-struct Sizes {
-  Values d35, d50, d90;
-};
-
-void write_node_sizes(const std::string& path, bool property, const Sizes& sizes, int nodes) {
-  DatasetFile file(path);
-  if (property) {
-    EXPECT_EQ(hfwritepropertyint_f(file.file, "Nodes", {nodes}), 0);
-    EXPECT_EQ(hfwritepropertyfloat_f(file.file, "D35", sizes.d35), 0);
-    EXPECT_EQ(hfwritepropertyfloat_f(file.file, "D50", sizes.d50), 0);
-    EXPECT_EQ(hfwritepropertyfloat_f(file.file, "D90", sizes.d90), 0);
-    return;
-  }
-  file.info.values = static_cast<std::int64_t>(sizes.d35.size());
-  // Only the first of two steps counts.
-  file.scalar("D35", {0, 1}, {sizes.d35, Values(sizes.d35.size(), 9.0f)});
-  file.scalar("D50", {0, 1}, {sizes.d50, Values(sizes.d50.size(), 9.0f)});
-  file.scalar("D90", {0, 1}, {sizes.d90, Values(sizes.d90.size(), 9.0f)});
-}
-
-void dataset_run(RunState& run, const TemporaryFolder& folder, SedimentsFormat format,
-                 bool property) {
-  sediment_run(run, folder, format, "");
-  run.settings.sediment_file = folder.path("bed.h5");
-  run.settings.sediment_hyfs_layout = property ? "property" : "dataset";
-  run.settings.hyfs_d35_path = "D35";
-  run.settings.hyfs_d50_path = "D50";
-  run.settings.hyfs_d90_path = "D90";
-}
-
 TEST(NativeSediments, NodeDatasetsAndPropertiesGiveTheSame) {
   for (const bool property : {true, false}) {
     TemporaryFolder folder;
     RunState run;
-    dataset_run(run, folder, SedimentsFormat::hyfs, property);
-    write_node_sizes(
-        folder.path("bed.h5"), property,
-        {{0.1f, 0.2f, 0.3f, 0.4f}, {0.2f, 0.3f, 0.4f, 0.5f}, {0.5f, 0.6f, -0.9f, 0.8f}}, 4);
+    sediment_run(run, folder, SedimentsFormat::hyfs, "");
+    set_layout(run, property);
+    write_sizes(run, property,
+                {{0.1f, 0.2f, 0.3f, 0.4f}, {0.2f, 0.3f, 0.4f, 0.5f}, {0.5f, 0.6f, -0.9f, 0.8f}}, 4);
     READ_NATIVE_SEDIMENTS(run);
     EXPECT_FLOAT_EQ(run.sediment.D35(1), 0.0001f);
     EXPECT_FLOAT_EQ(run.sediment.D50(2), 0.0003f);
@@ -397,52 +324,78 @@ TEST(NativeSediments, NodeDatasetsAndPropertiesGiveTheSame) {
 TEST(NativeSedimentsDeathTest, BadDatasetsStopWithTheirMessage) {
   constexpr float none = std::numeric_limits<float>::quiet_NaN();
   const Values good = {1, 1, 1, 1};
-  struct Case {
+  const struct {
     const char* what;
     bool property;
-    std::function<void(RunState&, const std::string& path)> write;
+    int nodes;
+    Sizes sizes;
+    std::string Settings::*wrong_path;
     const char* message;
-  };
-  const auto sizes = [](bool property, const Sizes& s, int nodes) {
-    return [=](RunState&, const std::string& path) { write_node_sizes(path, property, s, nodes); };
-  };
-  const Case cases[] = {
-      {"no file", true, [](RunState&, const std::string&) {},
-       "ERROR: HF_OPEN_FILE\\(sediments\\) error"},
-      {"no count", true, [](RunState&, const std::string& path) { DatasetFile file(path); },
+  } cases[] = {
+      {"no count",
+       true,
+       -1,
+       {good, good, good},
+       nullptr,
        "ERROR: HF_READ_PROPERTY_INT\\(NUMnode\\) error\n       ERROR_DATASET_DOES_NOT_EXIST"},
-      {"other count", true, sizes(true, {good, good, good}, 5),
+      {"other count",
+       true,
+       5,
+       {good, good, good},
+       nullptr,
        "ERROR: Number of nodes in sediment file does not match grid"},
-      {"short list", true, sizes(true, {good, good, {1, 1, 1}}, 4),
+      {"short list",
+       true,
+       4,
+       {good, good, {1, 1, 1}},
+       nullptr,
        "ERROR: HF_READ_PROPERTY_FLOAT\\(D35\\) error\n       ERROR_DATASET_SIZE_INCORRECT"},
-      {"no D90", true,
-       [&](RunState& run, const std::string& path) {
-         write_node_sizes(path, true, {good, good, good}, 4);
-         run.settings.hyfs_d90_path = "D99";
-       },
+      {"no D90",
+       true,
+       4,
+       {good, good, good},
+       &Settings::hyfs_d90_path,
        "ERROR: HF_READ_PROPERTY_FLOAT\\(D35\\) error"},
-      {"no D50 group", false,
-       [&](RunState& run, const std::string& path) {
-         write_node_sizes(path, false, {good, good, good}, 4);
-         run.settings.hyfs_d50_path = "D99";
-       },
+      {"no D50 group",
+       false,
+       4,
+       {good, good, good},
+       &Settings::hyfs_d50_path,
        "D99(.|\n)*ERROR: HF_OPEN_GROUP\\(sediments-d50\\) error"},
-      {"other size", false, sizes(false, {{1, 1}, {1, 1}, {1, 1}}, 4),
+      {"other size",
+       false,
+       4,
+       {{1, 1}, {1, 1}, {1, 1}},
+       nullptr,
        "ERROR: HF_READ_SCALAR_VALUES_TIMESTEP\\(sediments-d35\\) error\n"
        "       ERROR_DATASET_SIZE_INCORRECT"},
-      {"no number", false, sizes(false, {good, {1, 1, none, 1}, good}, 4),
-       "bed.h5: \"D50\" has no grain size at node 3"},
-      {"fill value", true, sizes(true, {good, good, {1, -9999.9f, 1, 1}}, 4),
-       "bed.h5: \"D90\" has no grain size at node 2"},
-      {"zero", true, sizes(true, {good, good, {1, 1, 1, 0}}, 4),
+      {"no number",
+       false,
+       4,
+       {good, {1, 1, none, 1}, good},
+       nullptr,
+       "bed.sed: \"D50\" has no grain size at node 3"},
+      {"fill value",
+       true,
+       4,
+       {good, good, {1, -9999.9f, 1, 1}},
+       nullptr,
+       "bed.sed: \"D90\" has no grain size at node 2"},
+      {"zero",
+       true,
+       4,
+       {good, good, {1, 1, 1, 0}},
+       nullptr,
        "\\*\\*\\* Zero grain size for D90 @ N=     4"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     TemporaryFolder folder;
     RunState run;
-    dataset_run(run, folder, SedimentsFormat::hyfs, c.property);
-    c.write(run, folder.path("bed.h5"));
+    sediment_run(run, folder, SedimentsFormat::hyfs, "");
+    set_layout(run, c.property);
+    write_sizes(run, c.property, c.sizes, c.nodes);
+    if (c.wrong_path != nullptr) run.settings.*c.wrong_path = "D99";
     EXPECT_EXIT(READ_NATIVE_SEDIMENTS(run), testing::ExitedWithCode(0), c.message);
   }
 }

@@ -44,12 +44,11 @@ TEST(WaveNumber, LimitsHaveNoNan) {
 }
 
 TEST(FallVelocity, KnownGrains) {
-  struct Case {
+  // Worked out by hand: D* = 5.0594 for 0.2 mm, 25.297 for 1 mm, 0.025296 for 1 micron.
+  const struct {
     float nu, rho, rhos, D;
     double speed;
-  };
-  // Worked out by hand: D* = 5.0594 for 0.2 mm, 25.297 for 1 mm, 0.025296 for 1 micron.
-  const Case cases[] = {
+  } cases[] = {
       {1.0e-6f, 1000.0f, 2650.0f, 0.0002f, 0.0261691},
       {1.0e-6f, 1000.0f, 2650.0f, 0.001f, 0.120357},
       {1.0e-6f, 1000.0f, 2650.0f, 1.0e-6f, 4.92711e-6},
@@ -57,7 +56,7 @@ TEST(FallVelocity, KnownGrains) {
       {1.0e-6f, 1000.0f, 990.0f, 0.001f, -0.00545},
       {1.0e-6f, 1000.0f, 2650.0f, 0.0f, 0.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const double speed = static_cast<double>(FALL_VELOCITY(c.nu, c.rho, c.rhos, c.D));
     EXPECT_NEAR(speed, c.speed, 2.0e-5 * std::abs(c.speed)) << c.D << ' ' << c.rhos;
   }

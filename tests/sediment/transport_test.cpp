@@ -15,17 +15,16 @@ void expect_close(float value, double expected, double relative) {
 }
 
 TEST(ClosedFormulas, LoadsOfThreePoints) {
-  struct Case {
+  // Worked out in double precision by a separate calculation.
+  const struct {
     float D50, h, U, Uw, T, Dstar, Ucr;
     double soulsby, van_rijn;
-  };
-  // Worked out in double precision by a separate calculation.
-  const Case cases[] = {
+  } cases[] = {
       {0.0002f, 5.0f, 1.0f, 0.5f, 8.0f, 4.68491f, 0.380942f, 0.00062498, 1.33291},
       {0.001f, 2.0f, 1.5f, 0.0f, 0.0f, 23.4245f, 0.485255f, 0.000666659, 0.976497},
       {0.0002f, 5.0f, 0.3f, 0.0f, 8.0f, 4.68491f, 0.380942f, 0.0, 0.0},  // below the threshold
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     expect_close(
         Q_SOULSBY_VAN_RIJN(c.D50, c.h, rho, rhos, c.U, c.Uw, c.Ucr, 0.0f, transport_z0, c.Dstar),
         c.soulsby, 1.0e-4);
@@ -64,14 +63,13 @@ Load lund_at(LundFormula formula, SedimentState& latches, float U, float H, floa
 }
 
 TEST(Lund, MixesOnlyWhereBothHaveBeenSeen) {
-  struct Case {
+  // Worked out in double precision; Ws lies below and above both shear velocities.
+  const struct {
     LundFormula formula;
     bool waves_seen;
     float TAUc, TAUw;
     double bed, suspended;
-  };
-  // Worked out in double precision; Ws lies below and above both shear velocities.
-  const Case cases[] = {
+  } cases[] = {
       {Q_LUND, true, 2.0f, 3.0f, 7.77563e-05, 0.000924026},
       {Q_LUND, false, 2.0f, 0.3f, 0.000103836, 0.00129031},
       {Q_LUND, true, 0.3f, 0.3f, 3.2266e-05, 0.000669782},
@@ -79,7 +77,7 @@ TEST(Lund, MixesOnlyWhereBothHaveBeenSeen) {
       {Q_LUND_OLD, false, 2.0f, 0.3f, 0.000103836, 0.0013306},
       {Q_LUND_OLD, true, 0.3f, 0.3f, 3.2266e-05, 0.000558534},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SedimentState latches;
     const float H = c.waves_seen ? 1.0f : 0.0f;
     const Load load = lund_at(c.formula, latches, 1.0f, H, c.TAUc, c.TAUw, 4.0f, 5.0f);
@@ -124,15 +122,14 @@ TEST(Bedforms, SlopeFactorKeepsItsLimits) {
 }
 
 TEST(Bedforms, RippleRoughnessIsAtLeastTheGrain) {
-  struct Case {
-    float Aw;
-    double roughness;
-  };
   // Worked out in double precision on both sides of the most likely ripple; long orbits wash
   // ripples out.
-  const Case cases[] = {{0.0f, 0.0002},     {0.0001f, 0.0002}, {0.01f, 0.000316964},
-                        {0.1f, 0.00509251}, {0.5f, 0.0002},    {2.0f, 0.0002}};
-  for (const Case& c : cases) {
+  const struct {
+    float Aw;
+    double roughness;
+  } cases[] = {{0.0f, 0.0002},     {0.0001f, 0.0002}, {0.01f, 0.000316964},
+               {0.1f, 0.00509251}, {0.5f, 0.0002},    {2.0f, 0.0002}};
+  for (const auto& c : cases) {
     // Powers of 10 of 4-byte logarithms lose two digits.
     expect_close(RIPPLE_ROUGHNESS(rho, rhos, 0.0002f, 0.8f, c.Aw), c.roughness, 1.0e-3);
   }

@@ -7,42 +7,12 @@
 namespace dfl {
 namespace {
 
-VanRijnInput river() {
-  VanRijnInput in;
-  in.h = 5.0f;
-  in.U = 1.0f;
-  in.D50 = 0.00025f;
-  in.D90 = 0.0005f;
-  in.Ds = 0.00025f;
-  in.kc = in.kw = 0.03f;
-  in.temperature = 15.0f;
-  in.salinity = 34.0f;
-  return in;
-}
-
-VanRijnInput coast() {
-  VanRijnInput in = river();
-  in.U = 0.6f;
-  in.Vr = in.Ud = 9.0f;
-  in.H = 1.5f;
-  in.T = 7.0f;
-  in.phi = 90.0f;
-  in.Ds = 0.0002f;
-  in.kw = 0.05f;
-  return in;
-}
-
-VanRijnInput deep_coast() {
-  VanRijnInput in = coast();
-  in.h = 10.0f;
-  in.Vr = 0.0f;
-  in.Ud = 0.05f;
-  in.H = 1.0f;
-  in.T = 4.0f;
-  in.phi = 30.0f;
-  in.salinity = 0.0f;
-  return in;
-}
+// Number, h, U, Vr, Ud, H, T, phi, D50, D90, Ds, kc, kw, temperature, salinity.
+const VanRijnInput river{0, 5, 1, 0, 0, 0, 0, 0, 2.5e-4f, 5e-4f, 2.5e-4f, 0.03f, 0.03f, 15, 34};
+const VanRijnInput coast{0,       5,     0.6f,  9,     9,     1.5f, 7, 90,
+                         2.5e-4f, 5e-4f, 2e-4f, 0.03f, 0.05f, 15,   34};
+const VanRijnInput deep_coast{0,       10,    0.6f,  0,     0.05f, 1,  4, 30,
+                              2.5e-4f, 5e-4f, 2e-4f, 0.03f, 0.05f, 15, 0};
 
 VanRijnResult solve(const VanRijnInput& in) {
   MessageState messages;
@@ -57,25 +27,24 @@ void expect_close(float value, double expected, double relative) {
 // dispersion relation. `suspended` to `centroid`: its march in the same steps; `fine_...`: the
 // profile in 40000 steps, which the march of at most 24 rows meets less closely.
 TEST(VanRijn, AgreesWithASeparateCalculation) {
-  struct Case {
+  const struct {
     VanRijnInput in;
     double Vr, Ud, Ustar, Ws, ka, max_stress, wave_stress, current_stress, mean_stress, bed,
         bed_angle, suspended_angle, THETA, suspended, total, centroid, fine_suspended,
         fine_centroid;
-  };
-  const Case cases[] = {
-      {river(), 0.0, 0.0, 0.0527124, 0.0315966, 0.03, 1.452128, 0.0, 2.822347, 1.466649, 0.0682025,
+  } cases[] = {
+      {river, 0.0, 0.0, 0.0527124, 0.0315966, 0.03, 1.452128, 0.0, 2.822347, 1.466649, 0.0682025,
        0.0, 0.0, 0.708253, 0.271458, 0.339661, 0.692356, 0.261442, 0.720792},
-      {coast(), -0.0932428, -0.0398606, 0.0320071, 0.0227010, 0.3, 2.634995, 9.827061, 1.040583,
+      {coast, -0.0932428, -0.0398606, 0.0320071, 0.0227010, 0.3, 2.634995, 9.827061, 1.040583,
        0.981931, 0.0504733, 11.70205, -8.833374, 0.261129, 0.306759, 0.354468, 1.249221, 0.308664,
        1.260020},
-      {deep_coast(), 0.0, 0.05, 0.0289843, 0.0235220, 0.0379274, 0.504485, 0.937422, 0.831706,
+      {deep_coast, 0.0, 0.05, 0.0289843, 0.0235220, 0.0379274, 0.504485, 0.937422, 0.831706,
        0.826658, 0.0166714, 9.593368, 0.0, 0.205430, 0.0173207, 0.0338731, 1.426549, 0.0166450,
        1.619812},
   };
   // The fitted wave number is off by 0.2 per cent, the orbital motion by up to twice that.
   const double waves = 5.0e-3;
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const VanRijnResult r = solve(c.in);
     SCOPED_TRACE(testing::Message() << "h " << c.in.h << " H " << c.in.H);
     expect_close(r.Vr, c.Vr, 1.0e-5);
@@ -103,7 +72,7 @@ TEST(VanRijn, AgreesWithASeparateCalculation) {
 TEST(VanRijn, SteadyStressCountsTwoPointsTwice) {
   // Without waves the largest stress is the grain stress of the current; its mean over the cycle
   // is that of the bed load's own friction, 202 times summed and divided by 200.
-  const VanRijnResult r = solve(river());
+  const VanRijnResult r = solve(river);
   const double h = 5.0, Lc1 = std::log10(12.0 * h / 0.0015);
   const double Zm = 0.03, L = std::log(30.0), B = std::log(30.0 * h / 0.03) - 1.0;
   const double Uz = std::log(30.0 * Zm / 0.03) / B;
@@ -112,19 +81,19 @@ TEST(VanRijn, SteadyStressCountsTwoPointsTwice) {
 }
 
 TEST(VanRijn, StressAloneIsThatOfTheWholeRoutine) {
-  VanRijnInput irregular = river();
+  VanRijnInput irregular = river;
   irregular.h = 1.0f;
   irregular.kc = 12.0f;
-  VanRijnInput no_grain = coast();
+  VanRijnInput no_grain = coast;
   no_grain.D50 = 0.0f;
   MessageState messages;
-  for (const VanRijnInput& in : {river(), coast(), deep_coast(), irregular, no_grain}) {
+  for (const VanRijnInput& in : {river, coast, deep_coast, irregular, no_grain}) {
     EXPECT_EQ(VAN_RIJN_STRESS(messages, in), solve(in).max_stress);
   }
 }
 
 TEST(VanRijn, PeriodBelowOneSecond) {
-  VanRijnInput in = coast();
+  VanRijnInput in = coast;
   in.T = 0.4f;  // counts as 1 s
   VanRijnInput second = in;
   second.T = 1.0f;
@@ -136,7 +105,7 @@ TEST(VanRijn, PeriodBelowOneSecond) {
 
 TEST(VanRijn, AnglesOfZeroAndHalfTurnAreMovedAside) {
   for (const float phi : {0.0f, 180.0f, 360.0f}) {
-    VanRijnInput in = coast();
+    VanRijnInput in = coast;
     in.phi = phi;
     const VanRijnResult r = solve(in);
     EXPECT_TRUE(std::isfinite(r.total)) << phi;
@@ -145,41 +114,26 @@ TEST(VanRijn, AnglesOfZeroAndHalfTurnAreMovedAside) {
 }
 
 TEST(VanRijn, LimitsGiveNoNan) {
-  VanRijnInput still = river();
+  VanRijnInput still = river;
   still.U = 0.0f;
-  VanRijnInput swell = coast();
+  VanRijnInput swell = coast;
   swell.U = 0.0f;
-  VanRijnInput no_grain = coast();
+  VanRijnInput no_grain = coast;
   no_grain.D50 = no_grain.Ds = 0.0f;
-  VanRijnInput high_roughness = coast();  // the reference level lies above the surface
+  VanRijnInput high_roughness = coast;  // the reference level lies above the surface
   high_roughness.kw = 7.0f;
-  VanRijnInput shallow = river();
+  VanRijnInput shallow = river;
   shallow.h = 0.011f;
-  VanRijnInput floating = river();
+  VanRijnInput floating = river;
   floating.Ds = 0.0f;
   // Gravel under a deep river: one sub-step takes the concentration below the least float.
-  VanRijnInput deep = river();
-  deep.h = 46.436f;
-  deep.U = 0.97864f;
-  deep.D50 = 0.001797f;
-  deep.D90 = 0.004826f;
-  deep.Ds = 0.0012303f;
-  deep.kc = 0.0010508f;
-  deep.kw = 0.011349f;
-  deep.temperature = 7.9012f;
-  deep.salinity = 34.678f;
+  const VanRijnInput deep{0,          46.436f,    0.97864f,  0,         0,
+                          0,          0,          0,         0.001797f, 0.004826f,
+                          0.0012303f, 0.0010508f, 0.011349f, 7.9012f,   34.678f};
   // Waves far higher than the water is deep, as fast as the current.
-  VanRijnInput storm = coast();
-  storm.h = 0.0142593f;
-  storm.U = 1.73815f;
-  storm.H = 11.5375f;
-  storm.T = 5.70984f;
-  storm.Vr = 0.0f;
-  storm.phi = 0.0f;
-  storm.kc = 0.0697f;
-  storm.kw = 0.3187f;
-  storm.D50 = 7.888e-5f;
-  storm.D90 = 0.00025149f;
+  const VanRijnInput storm{0,        0.0142593f, 1.73815f, 0,         9,
+                           11.5375f, 5.70984f,   0,        7.888e-5f, 0.00025149f,
+                           2e-4f,    0.0697f,    0.3187f,  15,        34};
   for (const VanRijnInput& in :
        {still, swell, no_grain, high_roughness, shallow, floating, deep, storm}) {
     const VanRijnResult r = solve(in);
@@ -198,7 +152,7 @@ TEST(VanRijn, LimitsGiveNoNan) {
 }
 
 TEST(VanRijn, DivisorOfZeroGivesNoLoad) {
-  VanRijnInput in = river();
+  VanRijnInput in = river;
   in.h = 1.0f;
   in.kc = 12.0f;  // log10(12 h / kc) is exactly 0
   const VanRijnResult r = solve(in);
@@ -208,19 +162,18 @@ TEST(VanRijn, DivisorOfZeroGivesNoLoad) {
 }
 
 TEST(VanRijn, RoughnessOfRipplesAndDunes) {
-  struct Case {
-    float h, U, H, T;
-    double ripple, form;  // m
-  };
   // Ripples 0.22 A while the orbit is weak, none above Psi of 250 or without waves; dunes of 0.02 h
   // above 0.3 m/s, 0.15 h more in deep water.
-  const Case cases[] = {
+  const struct {
+    float h, U, H, T;
+    double ripple, form;  // m
+  } cases[] = {
       {5.0f, 0.2f, 0.3f, 4.0f, 0.0170266, 0.0},    {5.0f, 0.4f, 0.3f, 4.0f, 0.0170266, 0.1},
       {12.0f, 0.6f, 0.3f, 4.0f, 0.00318559, 2.04}, {12.0f, 0.6f, 0.0f, 4.0f, 0.0, 0.0},
       {5.0f, 0.4f, 2.5f, 9.0f, 0.0, 0.0},
   };
-  for (const Case& c : cases) {
-    VanRijnInput in = river();
+  for (const auto& c : cases) {
+    VanRijnInput in = river;
     in.h = c.h;
     in.U = c.U;
     in.H = c.H;
@@ -234,7 +187,7 @@ TEST(VanRijn, RoughnessOfRipplesAndDunes) {
 }
 
 TEST(VanRijn, RoughnessFloorIsToldToTheCaller) {
-  VanRijnInput in = river();
+  VanRijnInput in = river;
   in.kc = in.kw = 0.0f;
   const VanRijnResult r = solve(in);
   EXPECT_EQ(r.kc, 0.01f);
@@ -246,7 +199,7 @@ TEST(VanRijnDeathTest, NoWaterStops) {
   messages.console_out = stderr;
   messages.console_in = nullptr;
   messages.output_prefix = "/dev/null";
-  VanRijnInput in = river();
+  VanRijnInput in = river;
   in.h = 0.0f;
   EXPECT_EXIT(VAN_RIJN(messages, in), testing::ExitedWithCode(0),
               "WATER DEPTH .LE. 0 IN van_Rijn SUBROUTINE");
