@@ -483,7 +483,9 @@ inline float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) 
     const float square = x * x;
     return square * square + a;
   };
-  const auto g = [&](float z) { return std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z); };
+  const auto g = [&](float z) {
+    return z == a ? 1.0f : std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z);
+  };
   // The 51st level is above 1 for every a that is a height.
   float S = 0.0f;
   for (int i = 1; i <= 51; ++i) {
