@@ -57,7 +57,7 @@ float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) {
   constexpr int most_levels = 51;
   if (r < 1.0f - F) return a * r;
   float S = 0.0f;
-  float below = level(0), g_below = g(below);
+  float below = a, g_below = 1.0f;  // also on a bed without roughness, where a is 0
   for (int i = 1; i <= most_levels; ++i) {
     const float z = level(i);
     if (z > 1.0f) break;
@@ -68,8 +68,8 @@ float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) {
   }
   const float T = S / F;
   float C = (1.0f - F) * T;
-  below = level(0);
-  g_below = g(below);
+  below = a;
+  g_below = 1.0f;
   for (int i = 1; i <= most_levels; ++i) {
     const float z = level(i);
     if (z > 1.0f) return 1.0f;

@@ -408,7 +408,9 @@ inline float ROUSE_HEIGHT(RandomStream& random, float ustar, float Ws, float a) 
     const float square = x * x;
     return square * square + a;
   };
-  const auto g = [&](float z) { return std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z); };
+  const auto g = [&](float z) {
+    return z == a ? 1.0f : std::pow((1.0f / z - 1.0f) / (1.0f / a - 1.0f), Z);
+  };
   // Up to the level where the sum exceeds `most`; the 51st level is above 1 for every height a.
   const auto sum_up = [&](float C, float most, float& z) {
     for (int i = 1; i <= 51; ++i) {
