@@ -152,19 +152,28 @@ void find_elements(const MeshState& mesh, const double* x, const double* y, int 
   const ElementGrid& grid = mesh.grid;
   constexpr std::size_t small_grid = 8192;  // cells; 1 MB stays in the cache by itself
   const bool prefetch = grid.built && grid.cells.size() > small_grid;
-  constexpr int block = 64;  // points on the way at a time; their cells fit into the first cache
-  std::array<const ElementGrid::Cell*, block> cells;
-  for (int first = 0; first < count; first += block) {
-    const int end = std::min(count, first + block);
-    for (int i = first; i < end && prefetch; ++i) {
-      const ElementGrid::Cell* cell = first_cell(grid, x[i], y[i]);
-      cells[static_cast<std::size_t>(i - first)] = cell;
-      prefetch_cell(cell);
-    }
-    for (int i = first; i < end && prefetch; ++i) {
-      prefetch_finer_cells(grid, cells[static_cast<std::size_t>(i - first)], x[i], y[i]);
-    }
-    for (int i = first; i < end; ++i) elements[i] = FIND_ELEMENT(mesh, x[i], y[i]);
+  if (!prefetch) {
+    for (int i = 0; i < count; ++i) elements[i] = FIND_ELEMENT(mesh, x[i], y[i]);
+    return;
+  }
+  // While one point is looked up, the cells of those ahead are on their way: first those of the
+  // mesh-wide lattice, some points later those of the finer ones.
+  constexpr int ahead = 32, finer_ahead = 12;
+  std::array<const ElementGrid::Cell*, ahead> cells{};
+  const auto fetch = [&](int i) {
+    const ElementGrid::Cell* cell = first_cell(grid, x[i], y[i]);
+    cells[static_cast<std::size_t>(i) % ahead] = cell;
+    prefetch_cell(cell);
+  };
+  const auto fetch_finer = [&](int i) {
+    prefetch_finer_cells(grid, cells[static_cast<std::size_t>(i) % ahead], x[i], y[i]);
+  };
+  for (int i = 0; i < std::min(count, ahead); ++i) fetch(i);
+  for (int i = 0; i < std::min(count, finer_ahead); ++i) fetch_finer(i);
+  for (int i = 0; i < count; ++i) {
+    if (i + finer_ahead < count) fetch_finer(i + finer_ahead);
+    elements[i] = FIND_ELEMENT(mesh, x[i], y[i]);
+    if (i + ahead < count) fetch(i + ahead);
   }
 }
 

@@ -275,6 +275,9 @@ struct CheckCase {
   const char* error_text;
   const char* console_text;
 };
+void PrintTo(const CheckCase& c, std::ostream* out) {
+  *out << c.error_text;
+}
 
 class FailedCheck : public ControlFile, public testing::WithParamInterface<CheckCase> {};
 
