@@ -156,24 +156,26 @@ void find_elements(const MeshState& mesh, const double* x, const double* y, int 
     for (int i = 0; i < count; ++i) elements[i] = FIND_ELEMENT(mesh, x[i], y[i]);
     return;
   }
-  // While one point is looked up, the cells of those ahead are on their way: first those of the
-  // mesh-wide lattice, some points later those of the finer ones.
-  constexpr int ahead = 32, finer_ahead = 12;
-  std::array<const ElementGrid::Cell*, ahead> cells{};
+  // While the points of a block are looked up, the cells of the next block are on their way. The
+  // cells of finer lattices are asked for all at once: the places of these lattices have to be read
+  // for it, and reads of a short loop do not wait for each other.
+  constexpr int block = 64;
+  std::array<const ElementGrid::Cell*, block> cells;
   const auto fetch = [&](int i) {
     const ElementGrid::Cell* cell = first_cell(grid, x[i], y[i]);
-    cells[static_cast<std::size_t>(i) % ahead] = cell;
+    cells[static_cast<std::size_t>(i % block)] = cell;
     prefetch_cell(cell);
   };
-  const auto fetch_finer = [&](int i) {
-    prefetch_finer_cells(grid, cells[static_cast<std::size_t>(i) % ahead], x[i], y[i]);
-  };
-  for (int i = 0; i < std::min(count, ahead); ++i) fetch(i);
-  for (int i = 0; i < std::min(count, finer_ahead); ++i) fetch_finer(i);
-  for (int i = 0; i < count; ++i) {
-    if (i + finer_ahead < count) fetch_finer(i + finer_ahead);
-    elements[i] = FIND_ELEMENT(mesh, x[i], y[i]);
-    if (i + ahead < count) fetch(i + ahead);
+  for (int i = 0; i < std::min(count, block); ++i) fetch(i);
+  for (int first = 0; first < count; first += block) {
+    const int end = std::min(count, first + block);
+    for (int i = first; i < end; ++i) {
+      prefetch_finer_cells(grid, cells[static_cast<std::size_t>(i % block)], x[i], y[i]);
+    }
+    for (int i = first; i < end; ++i) {
+      elements[i] = FIND_ELEMENT(mesh, x[i], y[i]);
+      if (i + block < count) fetch(i + block);
+    }
   }
 }
 
