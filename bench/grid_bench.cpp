@@ -26,10 +26,11 @@ bool is_island(int number) {
   return number % 50 == 17;
 }
 
-// Files of a grid of about so many cells in a folder of their own.
+// Files of a grid of about so many cells in a folder of their own; they stay for the next run.
 std::string grid_folder(bool telescoping, int cells) {
-  const std::string folder =
-      "grid_bench_files/" + std::to_string(cells) + (telescoping ? "t" : "s");
+  const std::string folder = (std::filesystem::temp_directory_path() / "dfl_grid_bench" /
+                              (std::to_string(cells) + (telescoping ? "t" : "s")))
+                                 .string();
   if (std::filesystem::exists(folder + "/rvcards")) return folder;
   std::filesystem::create_directories(folder);
   if (telescoping) {
